@@ -1,0 +1,16 @@
+# Flags of our own code, as a target that every target of ours links.
+
+add_library(vesk_compile INTERFACE)
+target_compile_options(vesk_compile INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Werror
+  # Cutting a long value at the end of its buffer is what the console is promised.
+  -Wno-format-truncation -Wno-stringop-truncation
+  -fno-omit-frame-pointer
+)
+target_include_directories(vesk_compile INTERFACE "${PROJECT_SOURCE_DIR}/include")
+target_link_options(vesk_compile INTERFACE -Wl,--no-undefined -Wl,--as-needed)
+
+if(VESK_SANITIZE)
+  target_compile_options(vesk_compile INTERFACE -fsanitize=${VESK_SANITIZE})
+  target_link_options(vesk_compile INTERFACE -fsanitize=${VESK_SANITIZE})
+endif()

@@ -1,0 +1,73 @@
+// The one door through which the library runs shell commands.
+//
+// A command line is formatted into a buffer of the family's size and cut there without notice.
+// Values are placed as they are, inside whatever quotes the format holds: the console checks them
+// first. Commands inherit the console's environment but none of its descriptors from 3 up: a
+// service that a script leaves running in the background would otherwise hold the console's port.
+// While runInShell waits, the C library ignores SIGQUIT in the whole process: no thread dump then.
+#ifndef VESK_COMMAND_H
+#define VESK_COMMAND_H
+
+#include <jni.h>
+
+#include <cstdarg>
+#include <cstddef>
+
+#include "ResultCode.h"
+
+// The sizes of command line buffers; the text is one byte shorter.
+inline constexpr std::size_t wizardCommandSize = 260;
+inline constexpr std::size_t postfixCommandSize = 1024;
+
+class CommandLine {
+ public:
+  static constexpr std::size_t largestSize = 2048;
+
+  // `size` is at most largestSize.
+  explicit CommandLine(std::size_t size) : limit(size) {}
+  // False when the text cannot be formatted.
+  [[nodiscard]] bool format(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  [[nodiscard]] bool vformat(const char* format, std::va_list arguments)
+      __attribute__((format(printf, 2, 0)));
+  const char* c_str() const { return text; }
+
+ private:
+  std::size_t limit;
+  char text[largestSize] = {};
+};
+
+// The first line of a command's output, newline included, at most 1023 characters.
+struct OutputLine {
+  char text[1024] = {};
+  void cutAtNewline();  // a line that is only a newline stays as it is
+};
+
+// Runs the command and reads its first line; the pipe is closed on return and the command's exit
+// status ignored. Returns 0, 101 or 102.
+[[nodiscard]] jint readFirstLine(const char* command, OutputLine& line);
+
+// Runs the command and waits; the raw wait status (exit code times 256), -1 when it was not
+// started.
+[[nodiscard]] int runInShell(const char* command);
+
+// The exit code, 0 to 255, out of a raw wait status.
+[[nodiscard]] constexpr jint exitCode(int status) { return (status >> 8) & 255; }
+
+// Query: the first output line, without its newline, becomes one element of `list`. `method` is the
+// Java class and method joined by a dot and begins the log lines. Returns 0, 100, 101, 102, 500
+// (null list), 501 or 503.
+[[nodiscard]] jint queryToList(JNIEnv* env, jobject list, const char* method, std::size_t size,
+                               const char* format, ...) __attribute__((format(printf, 5, 6)));
+
+// Existence test: 0 when the command prints a line; 100, 101 or 102 otherwise. Nothing is logged.
+[[nodiscard]] jint commandPrints(std::size_t size, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+// What an action answers with: both forms are in use, and the console knows which to expect where.
+enum class StatusForm { raw, exitCode };
+
+// Action: runs the command and returns its status in the given form, or 100.
+[[nodiscard]] jint runAction(const char* method, StatusForm form, std::size_t size,
+                             const char* format, ...) __attribute__((format(printf, 4, 5)));
+
+#endif

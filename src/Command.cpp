@@ -1,0 +1,96 @@
+#include "Command.h"
+
+#include <unistd.h>
+
+#include <product/log.h>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "JniCommon.h"
+
+namespace {
+
+struct CloseProcess {
+  void operator()(std::FILE* stream) const { pclose(stream); }
+};
+using ProcessOutput = std::unique_ptr<std::FILE, CloseProcess>;
+
+// For kernels before 5.11, which lack the flag, the descriptors stay as they are.
+void keepDescriptorsFromCommand() { close_range(3, ~0U, CLOSE_RANGE_CLOEXEC); }
+
+}  // namespace
+
+bool CommandLine::format(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const bool formed = vformat(format, arguments);
+  va_end(arguments);
+  return formed;
+}
+
+bool CommandLine::vformat(const char* format, std::va_list arguments) {
+  return std::vsnprintf(text, limit, format, arguments) >= 0;
+}
+
+void OutputLine::cutAtNewline() {
+  char* rest = nullptr;
+  strtok_r(text, "\n", &rest);
+}
+
+jint readFirstLine(const char* command, OutputLine& line) {
+  keepDescriptorsFromCommand();
+  const ProcessOutput output(popen(command, "r"));
+  if (!output) return result::commandNotStarted;
+  if (std::fgets(line.text, sizeof line.text, output.get()) == nullptr) {
+    return result::commandPrintedNothing;
+  }
+  return result::success;
+}
+
+int runInShell(const char* command) {
+  keepDescriptorsFromCommand();
+  return std::system(command);
+}
+
+jint queryToList(JNIEnv* env, jobject list, const char* method, std::size_t size,
+                 const char* format, ...) {
+  if (list == nullptr) return result::nullArgument;
+  CommandLine command(size);
+  std::va_list arguments;
+  va_start(arguments, format);
+  const bool formed = command.vformat(format, arguments);
+  va_end(arguments);
+  if (!formed) return result::commandNotFormed;
+  LogPrintf("%s szCmd: [%s]", method, command.c_str());
+  OutputLine line;
+  if (const jint code = readFirstLine(command.c_str(), line); code != result::success) return code;
+  LogPrintf("%s szRet: [%s]", method, line.text);
+  line.cutAtNewline();
+  return formJArrListStr(env, line.text, list);
+}
+
+jint commandPrints(std::size_t size, const char* format, ...) {
+  CommandLine command(size);
+  std::va_list arguments;
+  va_start(arguments, format);
+  const bool formed = command.vformat(format, arguments);
+  va_end(arguments);
+  if (!formed) return result::commandNotFormed;
+  OutputLine line;
+  return readFirstLine(command.c_str(), line);
+}
+
+jint runAction(const char* method, StatusForm form, std::size_t size, const char* format, ...) {
+  CommandLine command(size);
+  std::va_list arguments;
+  va_start(arguments, format);
+  const bool formed = command.vformat(format, arguments);
+  va_end(arguments);
+  if (!formed) return result::commandNotFormed;
+  LogPrintf("%s szCmd: [%s]", method, command.c_str());
+  const int status = runInShell(command.c_str());
+  LogPrintf("%s nRet: [%d]", method, status);
+  return form == StatusForm::raw ? status : exitCode(status);
+}

@@ -1,0 +1,111 @@
+#include "JniCommon.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "ModifiedUtf8.h"
+
+jclass jArrLClz = nullptr;
+jmethodID jArrLCon = nullptr;
+jmethodID jArrLAdd = nullptr;
+jmethodID jArrLGet = nullptr;
+jmethodID jArrLSize = nullptr;
+
+namespace {
+
+constexpr const char* emptyText = "";
+
+bool isAscii(const jchar* chars, std::size_t count) {
+  jchar seen = 0;
+  for (std::size_t i = 0; i < count; ++i) seen = static_cast<jchar>(seen | chars[i]);
+  return seen < 0x80;
+}
+
+// Bytes for `length` UTF-16 units and a terminator; 0 when the address space has no room for them.
+std::size_t bufferSize(std::size_t length) {
+  const std::uint64_t size = 2 * std::uint64_t{length} + 2;
+  return size <= SIZE_MAX ? static_cast<std::size_t>(size) : 0;
+}
+
+jint addText(JNIEnv* env, const char* text, jobject list) {
+  const ModifiedUtf8 converted(text);
+  jstring element = env->NewStringUTF(converted.c_str());
+  if (element == nullptr) return result::stringNotCreated;
+  const jboolean added = env->CallBooleanMethod(list, jArrLAdd, element);
+  const bool threw = env->ExceptionCheck();
+  env->DeleteLocalRef(element);
+  return added && !threw ? result::success : result::addRefused;
+}
+
+}  // namespace
+
+VeskJniString::VeskJniString(JNIEnv* jniEnv, jstring s)
+    : env(jniEnv), str(emptyText), jstr(s), buf(nullptr), fromUtf(false) {
+  const auto length = static_cast<std::size_t>(env->GetStringLength(s));
+  if (length == 0) return;
+  const std::size_t size = bufferSize(length);
+  if (size == 0) return;
+  buf = size <= sizeof inlineBuf ? inlineBuf : static_cast<char*>(std::malloc(size));
+  if (buf == nullptr) return;
+  const jchar* chars = env->GetStringChars(s, nullptr);
+  if (chars == nullptr) {
+    dropBuffer();
+    return;
+  }
+  const bool ascii = copyAscii(chars, length);
+  env->ReleaseStringChars(s, chars);
+  if (ascii) return;
+  dropBuffer();
+  const char* utf = env->GetStringUTFChars(s, nullptr);
+  if (utf == nullptr) return;
+  str = utf;
+  fromUtf = true;
+}
+
+VeskJniString::~VeskJniString() {
+  if (fromUtf) {
+    env->ReleaseStringUTFChars(jstr, str);
+    str = emptyText;
+  }
+  if (buf != nullptr && buf[0] != '\0') dropBuffer();
+}
+
+void VeskJniString::dropBuffer() {
+  if (buf != inlineBuf) std::free(buf);
+  buf = nullptr;
+}
+
+// Looks at the unit behind the last character too: the VM ends its copy with a zero unit, and a
+// copy that does not end so is not taken for ASCII.
+bool VeskJniString::copyAscii(const jchar* chars, std::size_t length) {
+  if (!isAscii(chars, length + 1)) return false;
+  for (std::size_t i = 0; i < length; ++i) buf[i] = static_cast<char>(chars[i]);
+  buf[length] = '\0';
+  if (buf[0] == '\0') {
+    dropBuffer();
+  } else {
+    str = buf;
+  }
+  return true;
+}
+
+void readByteText(JNIEnv* env, jbyteArray source, char* buffer, jsize limit) {
+  if (source == nullptr) return;
+  jsize length = env->GetArrayLength(source);
+  if (length < 0 || length > limit) length = limit;
+  jbyte* elements = env->GetByteArrayElements(source, nullptr);
+  if (elements == nullptr) return;
+  std::strncpy(buffer, reinterpret_cast<const char*>(elements), static_cast<std::size_t>(length));
+  buffer[length] = '\0';
+  env->ReleaseByteArrayElements(source, elements, 0);
+}
+
+int formJArrListStr(JNIEnv* env, std::vector<std::string>& items, jobject list) {
+  for (const std::string& item : items) {
+    if (const jint code = addText(env, item.c_str(), list); code != result::success) return code;
+  }
+  return result::success;
+}
+
+int formJArrListStr(JNIEnv* env, char* text, jobject list) { return addText(env, text, list); }
