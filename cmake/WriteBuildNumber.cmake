@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 # Run by the target vesk_build. Without git (a source archive) the build number is 0.
 
 function(ask_git variable fallback)
