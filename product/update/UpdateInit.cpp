@@ -1,0 +1,65 @@
+#include <product/log.h>
+#include <product/update.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+namespace {
+
+constexpr mode_t folderMode = 0750;
+
+// Says why a folder does not serve; false, so that it can be returned.
+bool refuse(const char* reason, const std::string& folder, int error, const char* hint) {
+  VESK::Log::LogByLevel(VESK::LOG_NORMAL, "update init: %s: %s: %s; %s", reason, folder.c_str(),
+                        std::generic_category().message(error).c_str(), hint);
+  return false;
+}
+
+// As the account that the process works as, which need not be the one that started it.
+bool allows(const std::string& folder, int access) {
+  return ::faccessat(AT_FDCWD, folder.c_str(), access, AT_EACCESS) == 0;
+}
+
+bool isFolder(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return false;
+  errno = ENOTDIR;
+  return S_ISDIR(status.st_mode);
+}
+
+// Whatever the umask is, the folder ends up with its mode; one that is there keeps what it has.
+bool makeFolder(const std::string& folder) {
+  if (::mkdir(folder.c_str(), folderMode) == 0) return ::chmod(folder.c_str(), folderMode) == 0;
+  return errno == EEXIST && isFolder(folder);
+}
+
+bool checkHome(const std::string& home) {
+  if (home.empty()) {
+    return refuse("no install root", "VESK_HOME", EINVAL, "set VESK_HOME to the install root");
+  }
+  if (isFolder(home) && allows(home, R_OK | X_OK)) return true;
+  return refuse("install root not usable", home, errno, "check VESK_HOME and the folder's rights");
+}
+
+bool prepareFolder(const std::string& folder) {
+  if (makeFolder(folder) && allows(folder, R_OK | W_OK | X_OK)) return true;
+  return refuse("folder not writable", folder, errno,
+                "give the console's account the right to write there");
+}
+
+}  // namespace
+
+BvUpdateInit::BvUpdateInit() : initialised(false) {}
+
+BvUpdateInit::~BvUpdateInit() = default;
+
+bool BvUpdateInit::Init(const std::string& home) {
+  initialised =
+      checkHome(home) && prepareFolder(home + "/data") && prepareFolder(home + "/data/update");
+  return initialised;
+}
