@@ -21,8 +21,13 @@ void loadScript(BvLDAPAbstractConnection::LDAPVendor vendor) {
 
 }  // namespace
 
+// A connection is left here only while an exception is on its way to the caller; a second one would
+// end the VM. The connection is deleted all the same.
 DirectorySession::~DirectorySession() {
-  if (connection) close();
+  try {
+    if (connection) close();
+  } catch (...) {
+  }
 }
 
 template <typename Connect>

@@ -40,10 +40,14 @@ std::vector<std::string> attributeValues(VESK::BvLDAPSearchResults& results, con
   return values;
 }
 
+// Runs only while an exception is on its way to the caller; a second one would end the VM.
 struct FreeSearchResults {
   BvLDAPAbstractConnection* connection;
   void operator()(VESK::BvLDAPSearchResults* results) const {
-    connection->freeSearchResults(results);
+    try {
+      connection->freeSearchResults(results);
+    } catch (...) {
+    }
   }
 };
 using SearchResults = std::unique_ptr<VESK::BvLDAPSearchResults, FreeSearchResults>;
@@ -156,7 +160,7 @@ VESK_JNI(jint, LdapJNI, directSearchLDAPUTF8)
   SearchResults results(found, FreeSearchResults{session.get()});
   if (results->size() < 1) Log::LogByLevel(3, "search() returns true but result has no size.");
   std::vector<std::string> values = attributeValues(*results, attribute.c_str());
-  results.reset();
+  session->freeSearchResults(results.release());
   append(env, values, resultList);
   session.close();
   return result::success;
