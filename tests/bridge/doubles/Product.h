@@ -1,0 +1,35 @@
+// What the doubles of the product libraries were asked, and what they are to answer.
+#ifndef VESK_TESTS_BRIDGE_PRODUCT_H
+#define VESK_TESTS_BRIDGE_PRODUCT_H
+
+#include <product/directory.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+struct Product {
+  std::vector<std::string> calls;      // one line a call, in order; commands are among them
+  std::map<std::string, int> answers;  // by the line's first word; 0 when there is none
+  std::size_t throwAt = SIZE_MAX;      // the call of this index throws ProductFailure,
+  bool throwsOn = false;               // and so do all that follow
+  std::map<std::string, std::string> settings;  // by "section/key"
+  bool storeExists = true;
+  bool storeLoaded = true;
+  std::vector<VESK::BvLDAPEntry> entries;
+  std::vector<std::string> users, groups, parentsOfGroup, parentsOfUser;
+  std::string name;  // what a look-up of one name answers
+
+  VESK::BvLDAPAbstractConnection* connection = nullptr;  // the last one made
+  int alive = 0;  // connections, data-access objects, results and entries not yet given back
+};
+
+extern Product product;
+
+struct ProductFailure {};
+
+// Records the line, throws if it is told to, and gives the answer of the line's first word.
+int ask(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+#endif
