@@ -1,0 +1,46 @@
+package com.brelvik.vesk.ui.modelobjects.jni;
+
+import com.brelvik.vesk.ui.modelobjects.Coded;
+import java.lang.annotation.ElementType;
+import java.lang.annotation.Retention;
+import java.lang.annotation.RetentionPolicy;
+import java.lang.annotation.Target;
+
+/**
+ * Describes an argument of a {@link ConsoleCommand}. Arguments that many methods share have an annotation of their own,
+ * which carries this one. An argument without a description is passed as an empty list or null.
+ */
+@Retention(RetentionPolicy.RUNTIME)
+@Target({ElementType.PARAMETER, ElementType.ANNOTATION_TYPE})
+public @interface Arg {
+    /** Where the value comes from. */
+    enum Source {
+        /** The option {@code --name}. */
+        OPTION,
+        /** The command line, by position. */
+        POSITION,
+        /** A prompt, a file or a variable: never the command line. */
+        SECRET
+    }
+
+    String name();
+
+    String help();
+
+    Source from() default Source.OPTION;
+
+    /** The value when none is given; without one the argument is required. A boolean is false. */
+    String fallback() default REQUIRED;
+
+    /** Names for the integers of the argument. */
+    Class<? extends Coded> words() default Coded.class;
+
+    /** The most bytes of UTF-8 that the native side reads; it cuts a longer text without notice. */
+    int bytes() default Integer.MAX_VALUE;
+
+    /** The largest integer, the smallest being 1; 0 for any integer. */
+    int upTo() default 0;
+
+    /** The fallback of a required argument. */
+    String REQUIRED = "\0";
+}

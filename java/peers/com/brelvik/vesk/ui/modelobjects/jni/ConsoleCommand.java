@@ -1,0 +1,20 @@
+package com.brelvik.vesk.ui.modelobjects.jni;
+
+import java.lang.annotation.ElementType;
+import java.lang.annotation.Retention;
+import java.lang.annotation.RetentionPolicy;
+import java.lang.annotation.Target;
+
+/** Makes a native method a command of the console on the command line: {@code veskctl GROUP NAME}. */
+@Retention(RetentionPolicy.RUNTIME)
+@Target(ElementType.METHOD)
+public @interface ConsoleCommand {
+    String group();
+
+    String name();
+
+    String help();
+
+    /** Every code that the method can answer with. */
+    int[] codes();
+}

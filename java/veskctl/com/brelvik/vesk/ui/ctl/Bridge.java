@@ -1,0 +1,54 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.ResultCode;
+import com.brelvik.vesk.ui.modelobjects.jni.JniInit;
+import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
+import java.lang.reflect.InvocationTargetException;
+
+/** Calls native methods, in a library that is loaded and initialised once. */
+final class Bridge {
+    private static boolean ready;
+
+    private Bridge() {}
+
+    /**
+     * Calls the method.
+     *
+     * @throws Refusal when the library cannot be loaded or initialised, or lacks the method
+     */
+    static Object call(PeerMethod method, Object[] values) {
+        load();
+        try {
+            if (!ready && method.method().getDeclaringClass() != JniInit.class) {
+                initialise();
+            }
+            return method.method().invoke(method.method().getDeclaringClass().getConstructor().newInstance(), values);
+        } catch (InvocationTargetException e) {
+            if (e.getCause() instanceof UnsatisfiedLinkError) {
+                throw new Refusal(Status.NOT_LOADABLE, "the library has no " + method.name(),
+                        "install library and jar from one build");
+            }
+            throw new Refusal(Status.FAILED, "the call ended with " + e.getCause(), "report it, with the log");
+        } catch (ReflectiveOperationException e) {
+            throw new IllegalStateException(e);
+        }
+    }
+
+    private static void load() {
+        InstallRoot.open();
+        try {
+            NativeLibrary.load();
+        } catch (UnsatisfiedLinkError e) {
+            throw new Refusal(Status.NOT_LOADABLE, e.getMessage(), "run 'veskctl doctor' for the whole picture");
+        }
+    }
+
+    private static void initialise() {
+        int code = new JniInit().initializeJNI();
+        if (code != 0) {
+            throw new Refusal(Status.FAILED, "initialisation answered " + Answer.describe(code),
+                    ResultCode.of(code) == null ? "read the log" : ResultCode.of(code).cures());
+        }
+        ready = true;
+    }
+}

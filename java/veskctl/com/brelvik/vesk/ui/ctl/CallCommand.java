@@ -1,0 +1,91 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.jni.Arg;
+import java.lang.reflect.Parameter;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.concurrent.Callable;
+import java.util.stream.Collectors;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.Parameters;
+
+@Command(name = "call", sortOptions = false, header = "Call any native method.",
+        description = {"", "Arguments follow in the order of the method. Integers may be words (openldap), texts become "
+                + "what the method takes. @null is null, @password a password that is read as everywhere else, @list an "
+                + "empty list, @@x the text @x. Lists may be left out; they are printed afterwards.",
+                "Without a name, all methods are listed. Options stand before the name."})
+final class CallCommand implements Callable<Integer> {
+    @Option(names = "--json", description = "Answer as one line of JSON")
+    private boolean json;
+
+    @Option(names = "--password-file", paramLabel = "FILE", description = "First line is the password")
+    private Path passwordFile;
+
+    @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
+    private boolean help;
+
+    @Parameters(index = "0", arity = "0..1", paramLabel = "CLASS.METHOD", description = "e.g. LdapJNI.checkBaseDN")
+    private String name;
+
+    @Parameters(index = "1..*", paramLabel = "ARG", description = "Arguments of the method")
+    private List<String> texts = new ArrayList<>();
+
+    @Override
+    public Integer call() {
+        if (name == null) {
+            PeerMethod.all().forEach(method -> Output.data(signature(method)));
+            return Status.DONE.number();
+        }
+        PeerMethod method = PeerMethod.all().stream().filter(known -> known.name().equals(name)).findFirst()
+                .orElseThrow(() -> new Refusal(Status.USAGE, "there is no native method " + name,
+                        "run 'veskctl call' for a list"));
+        return Answer.of(method, values(method)).print("call " + name, json).number();
+    }
+
+    private Object[] values(PeerMethod method) {
+        List<Parameter> parameters = method.parameters();
+        long lists = parameters.stream().filter(PeerMethod::isList).count();
+        boolean withLists = texts.size() == parameters.size();
+        if (!withLists && texts.size() != parameters.size() - lists) {
+            throw new Refusal(Status.USAGE, texts.size() + " arguments for " + signature(method),
+                    "give one for each parameter; lists may be left out");
+        }
+        Object[] values = new Object[parameters.size()];
+        int next = 0;
+        for (int i = 0; i < values.length; i++) {
+            boolean implied = !withLists && PeerMethod.isList(parameters.get(i));
+            values[i] = value(parameters.get(i), implied ? "@list" : texts.get(next++));
+        }
+        return values;
+    }
+
+    private Object value(Parameter parameter, String text) {
+        Arg arg = PeerMethod.describe(parameter);
+        if (text.equals("@null") && !parameter.getType().isPrimitive()) {
+            return null;
+        }
+        if (text.equals("@list") && PeerMethod.isList(parameter)) {
+            return new ArrayList<String>();
+        }
+        if (text.equals("@password")) {
+            return Values.of(parameter, Passwords.read(passwordFile, arg == null ? "Password" : arg.help()));
+        }
+        if (arg != null && arg.from() == Arg.Source.SECRET && !text.isEmpty()) {
+            throw new Refusal(Status.REFUSED, arg.name() + ": every user of the machine can read a command line",
+                    "write @password, and give it by --password-file, " + Passwords.VARIABLE + " or at the prompt");
+        }
+        return Values.of(parameter, text.startsWith("@@") ? text.substring(1) : text);
+    }
+
+    private static String signature(PeerMethod method) {
+        return method.parameters().stream().map(CallCommand::label)
+                .collect(Collectors.joining(", ", method.name() + "(", ")"));
+    }
+
+    private static String label(Parameter parameter) {
+        Arg arg = PeerMethod.describe(parameter);
+        return parameter.getType().getSimpleName() + (arg == null ? "" : " " + arg.name());
+    }
+}

@@ -1,0 +1,77 @@
+package com.brelvik.vesk.ui.ctl;
+
+import java.io.PrintWriter;
+import java.util.LinkedHashMap;
+import java.util.Map;
+import picocli.CommandLine;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Model.OptionSpec;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.ParameterException;
+import picocli.CommandLine.ParseResult;
+
+/** The console on the command line. */
+@Command(name = "veskctl", header = "The console's native methods on the command line.",
+        subcommands = {CallCommand.class},
+        footer = {"", "Exit status: 0 done, 1 answered no, 2 usage, 3 input refused, 4 server or tool failed, "
+                + "5 library not loadable.",
+                "VESK_HOME names the install root; -Dvesk.jni.library=FILE, for the VM, the native library."})
+public final class Main {
+    @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
+    private boolean help;
+
+    private Main() {}
+
+    public static void main(String[] args) {
+        System.exit(commandLine().execute(RawProcess.arguments(args)));
+    }
+
+    static CommandLine commandLine() {
+        CommandLine line = new CommandLine(new Main());
+        PeerCommand.addAll(line.getCommandSpec());
+        line.getSubcommands().get("call").setStopAtPositional(true);
+        return line.setExpandAtFiles(false).setInterpolateVariables(false).setUsageHelpWidth(100)
+                .setOut(new PrintWriter(Output.out(), true)).setErr(new PrintWriter(Output.err(), true))
+                .setParameterExceptionHandler(Main::misused).setExecutionExceptionHandler(Main::refused)
+                .setExecutionStrategy(Main::run);
+    }
+
+    private static int run(ParseResult parsed) {
+        ParseResult last = parsed;
+        while (last.hasSubcommand()) {
+            last = last.subcommand();
+        }
+        if (!last.isUsageHelpRequested() && !last.commandSpec().subcommands().isEmpty()) {
+            throw new ParameterException(last.commandSpec().commandLine(), "a command is missing");
+        }
+        return new CommandLine.RunLast().execute(parsed);
+    }
+
+    private static int misused(ParameterException e, String[] args) {
+        String command = e.getCommandLine().getCommandSpec().qualifiedName();
+        Output.error(command, e.getMessage(), "see " + command + " --help");
+        return Status.USAGE.number();
+    }
+
+    private static int refused(Exception e, CommandLine line, ParseResult parsed) {
+        CommandSpec spec = line.getCommandSpec();
+        String asked = spec.userObject() instanceof PeerCommand command ? command.asked() : spec.qualifiedName();
+        if (!(e instanceof Refusal refusal)) {
+            e.printStackTrace(Output.err());
+            Output.error(asked, "an error in veskctl: " + e, "report it, with the lines above");
+            return Status.FAILED.number();
+        }
+        OptionSpec json = spec.findOption("--json");
+        if (json != null && Boolean.TRUE.equals(json.getValue())) {
+            Map<String, String> told = new LinkedHashMap<>();
+            told.put("asked", asked);
+            told.put("happened", refusal.getMessage());
+            told.put("next", refusal.next());
+            Output.out().println(Json.of(Map.of("error", told)));
+        } else {
+            Output.error(asked, refusal.getMessage(), refusal.next());
+        }
+        return refusal.status().number();
+    }
+}

@@ -1,0 +1,108 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.jni.Arg;
+import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
+import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.lang.annotation.Annotation;
+import java.lang.reflect.Method;
+import java.lang.reflect.Modifier;
+import java.lang.reflect.Parameter;
+import java.net.URI;
+import java.net.URISyntaxException;
+import java.nio.file.FileSystem;
+import java.nio.file.FileSystems;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Comparator;
+import java.util.List;
+import java.util.Map;
+import java.util.stream.Stream;
+
+/** A native method of a peer class. All of them are found by looking, so that a new one needs no entry anywhere. */
+record PeerMethod(Method method) {
+    /** All native methods, by class and name. */
+    static List<PeerMethod> all() {
+        return peerClasses().stream().flatMap(peer -> Arrays.stream(peer.getDeclaredMethods()))
+                .filter(method -> Modifier.isNative(method.getModifiers())).map(PeerMethod::new)
+                .sorted(Comparator.comparing(PeerMethod::name)).toList();
+    }
+
+    /** Class and method, joined by a dot. */
+    String name() {
+        return method.getDeclaringClass().getSimpleName() + "." + method.getName();
+    }
+
+    /** Null when the method is no command. */
+    ConsoleCommand command() {
+        return method.getAnnotation(ConsoleCommand.class);
+    }
+
+    List<Parameter> parameters() {
+        return List.of(method.getParameters());
+    }
+
+    boolean fillsList() {
+        return parameters().stream().anyMatch(PeerMethod::isList);
+    }
+
+    static boolean isList(Parameter parameter) {
+        return parameter.getType() == ArrayList.class;
+    }
+
+    /** The description of an argument, its own or that of the annotation it shares; null when it has none. */
+    static Arg describe(Parameter parameter) {
+        for (Annotation annotation : parameter.getAnnotations()) {
+            Arg shared = annotation.annotationType().getAnnotation(Arg.class);
+            if (annotation instanceof Arg || shared != null) {
+                return shared == null ? (Arg) annotation : shared;
+            }
+        }
+        return null;
+    }
+
+    private static List<Class<?>> peerClasses() {
+        Package peers = NativeLibrary.class.getPackage();
+        List<Class<?>> classes = new ArrayList<>();
+        for (String file : filesOf("/" + peers.getName().replace('.', '/'))) {
+            if (file.endsWith(".class") && !file.contains("$")) {
+                classes.add(load(peers.getName() + "." + file.substring(0, file.length() - ".class".length())));
+            }
+        }
+        return classes;
+    }
+
+    // Without running the class's static part, which would load the library.
+    private static Class<?> load(String name) {
+        try {
+            return Class.forName(name, false, PeerMethod.class.getClassLoader());
+        } catch (ClassNotFoundException e) {
+            throw new IllegalStateException(e);
+        }
+    }
+
+    private static List<String> filesOf(String folder) {
+        try {
+            URI home = NativeLibrary.class.getProtectionDomain().getCodeSource().getLocation().toURI();
+            if (Files.isDirectory(Path.of(home))) {
+                return namesIn(Path.of(home).resolve(folder.substring(1)));
+            }
+            try (FileSystem jar = FileSystems.newFileSystem(URI.create("jar:" + home), Map.of())) {
+                return namesIn(jar.getPath(folder));
+            }
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        } catch (URISyntaxException e) {
+            throw new IllegalStateException(e);
+        }
+    }
+
+    private static List<String> namesIn(Path folder) throws IOException {
+        try (Stream<Path> files = Files.list(folder)) {
+            return files.map(file -> file.getFileName().toString()).sorted().toList();
+        }
+    }
+}

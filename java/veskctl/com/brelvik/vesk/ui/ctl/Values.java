@@ -1,0 +1,84 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.Coded;
+import com.brelvik.vesk.ui.modelobjects.jni.Arg;
+import java.lang.reflect.Parameter;
+import java.nio.charset.StandardCharsets;
+import java.util.Arrays;
+import java.util.Locale;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
+
+/** Texts of the command line as values for native methods. */
+final class Values {
+    private Values() {}
+
+    /**
+     * The text as a value of the parameter's type.
+     *
+     * @throws Refusal when it is none, or when the native side would cut it
+     */
+    static Object of(Parameter parameter, String text) {
+        Arg arg = PeerMethod.describe(parameter);
+        String name = arg == null ? parameter.getType().getSimpleName() : arg.name();
+        Class<?> type = parameter.getType();
+        if (type == int.class) {
+            return integer(arg, name, text);
+        }
+        if (type == boolean.class) {
+            return yesOrNo(name, text);
+        }
+        if (type != String.class && type != byte[].class) {
+            throw new Refusal(Status.USAGE, name + ": no value of this type can be given on a command line", "");
+        }
+        checkLength(arg, name, text);
+        return type == String.class ? text : text.getBytes(StandardCharsets.UTF_8);
+    }
+
+    /** The names that an argument's integers have, in lower case. */
+    static Stream<String> words(Arg arg) {
+        return constants(arg).map(word -> word.toString().toLowerCase(Locale.ROOT));
+    }
+
+    private static Stream<? extends Coded> constants(Arg arg) {
+        return arg == null || arg.words() == Coded.class ? Stream.of() : Arrays.stream(arg.words().getEnumConstants());
+    }
+
+    private static int integer(Arg arg, String name, String text) {
+        for (Coded word : constants(arg).toList()) {
+            if (word.toString().equalsIgnoreCase(text)) {
+                return word.code();
+            }
+        }
+        int value;
+        try {
+            value = Integer.parseInt(text);
+        } catch (NumberFormatException e) {
+            String known = words(arg).collect(Collectors.joining(", "));
+            throw new Refusal(Status.USAGE, name + ": '" + text + "' is not a number" + (known.isEmpty() ? ""
+                    : " and none of " + known), "give a whole number" + (known.isEmpty() ? "" : " or one of the words"));
+        }
+        if (arg != null && arg.upTo() > 0 && (value < 1 || value > arg.upTo())) {
+            throw new Refusal(Status.REFUSED, name + ": " + value + " is out of range",
+                    "give a number from 1 to " + arg.upTo());
+        }
+        return value;
+    }
+
+    private static boolean yesOrNo(String name, String text) {
+        return switch (text) {
+            case "true" -> true;
+            case "false" -> false;
+            default -> throw new Refusal(Status.USAGE, name + ": '" + text + "' is neither true nor false",
+                    "write true or false");
+        };
+    }
+
+    private static void checkLength(Arg arg, String name, String text) {
+        int length = text.getBytes(StandardCharsets.UTF_8).length;
+        if (arg != null && length > arg.bytes()) {
+            throw new Refusal(Status.REFUSED, name + ": " + length + " bytes, of which the library reads "
+                    + arg.bytes() + " and drops the rest without notice", "give a shorter text");
+        }
+    }
+}
