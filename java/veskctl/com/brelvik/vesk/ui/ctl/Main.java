@@ -3,6 +3,7 @@ package com.brelvik.vesk.ui.ctl;
 import java.io.PrintWriter;
 import java.util.LinkedHashMap;
 import java.util.Map;
+import picocli.AutoComplete;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Model.CommandSpec;
@@ -13,7 +14,7 @@ import picocli.CommandLine.ParseResult;
 
 /** The console on the command line. */
 @Command(name = "veskctl", header = "The console's native methods on the command line.",
-        subcommands = {CallCommand.class},
+        subcommands = {CallCommand.class, CodeCommand.class, Demo.class, Doctor.class},
         footer = {"", "Exit status: 0 done, 1 answered no, 2 usage, 3 input refused, 4 server or tool failed, "
                 + "5 library not loadable.",
                 "VESK_HOME names the install root; -Dvesk.jni.library=FILE, for the VM, the native library."})
@@ -35,6 +36,12 @@ public final class Main {
                 .setOut(new PrintWriter(Output.out(), true)).setErr(new PrintWriter(Output.err(), true))
                 .setParameterExceptionHandler(Main::misused).setExecutionExceptionHandler(Main::refused)
                 .setExecutionStrategy(Main::run);
+    }
+
+    @Command(name = "completion", header = "Print a completion script for bash: eval \"$(veskctl completion)\".")
+    int completion() {
+        Output.out().print(AutoComplete.bash("veskctl", commandLine()));
+        return Status.DONE.number();
     }
 
     private static int run(ParseResult parsed) {

@@ -1,0 +1,106 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.jni.Arg;
+import java.lang.reflect.Parameter;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.concurrent.Callable;
+import java.util.stream.Collectors;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+
+@Command(name = "demo", hidden = true, sortOptions = false,
+        header = "Call every directory method on a sample company's server, the failing cases too.",
+        description = {"", "Exit status 0 when every call answered the code that is expected of it, else 4."})
+final class Demo implements Callable<Integer> {
+    private static final int SHOWN = 8;
+
+    @Option(names = "--vendor", defaultValue = "openldap", description = "Kind of server")
+    private String vendor;
+
+    @Option(names = "--host", defaultValue = "127.0.0.1", description = "Server")
+    private String host;
+
+    @Option(names = "--port", required = true, description = "Its port")
+    private String port;
+
+    @Option(names = "--base-dn", defaultValue = "dc=example,dc=com", description = "The company's entry, dc=... only")
+    private String base;
+
+    @Option(names = "--bind-user", required = true, description = "Account to bind with")
+    private String user;
+
+    @Option(names = "--password-file", paramLabel = "FILE", description = "First line is its password")
+    private Path passwordFile;
+
+    @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
+    private boolean help;
+
+    private int calls;
+    private int surprises;
+
+    @Override
+    public Integer call() {
+        Map<String, String> connection = new HashMap<>(Map.of("vendor", vendor, "auth", "simple", "host", host, "port",
+                port, "base-dn", base, "bind-user", user, "groups-only", "false"));
+        connection.put("bind-password", Passwords.read(passwordFile, "Password of the bind account"));
+        Map<String, PeerMethod> methods =
+                PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
+        for (List<Tour.Stop> chapter : new Tour(base).stops()) {
+            for (Tour.Stop stop : chapter) {
+                Map<String, String> arguments = new HashMap<>(connection);
+                arguments.putAll(stop.arguments());
+                visit(stop, methods.get(stop.method()), arguments);
+            }
+        }
+        Output.data(calls + " calls, " + surprises + " with another code than expected. Log: "
+                + InstallRoot.open().log());
+        return (surprises == 0 ? Status.DONE : Status.FAILED).number();
+    }
+
+    private void visit(Tour.Stop stop, PeerMethod method, Map<String, String> arguments) {
+        Object[] values = method.parameters().stream().map(parameter -> value(parameter, arguments)).toArray();
+        Output.data(stop.title());
+        Output.data("  " + method.name() + method.parameters().stream()
+                .map(parameter -> shown(parameter, arguments)).collect(Collectors.joining(", ", "(", ")")));
+        Answer answer = Answer.of(method, values);
+        int code = (Integer) answer.value();
+        Output.data("  -> " + Answer.describe(code));
+        answer.lists().forEach(Demo::print);
+        calls++;
+        if (code != stop.code()) {
+            surprises++;
+            Output.data("  !! expected " + Answer.describe(stop.code()));
+        }
+        Output.data("");
+    }
+
+    private static Object value(Parameter parameter, Map<String, String> arguments) {
+        Arg arg = PeerMethod.describe(parameter);
+        if (PeerMethod.isList(parameter)) {
+            return new ArrayList<String>();
+        }
+        String text = arg == null ? null : arguments.get(arg.name());
+        return text == null ? null : Values.of(parameter, text);
+    }
+
+    private static String shown(Parameter parameter, Map<String, String> arguments) {
+        Arg arg = PeerMethod.describe(parameter);
+        if (arg == null) {
+            return PeerMethod.isList(parameter) ? "list" : "null";
+        }
+        String text = arguments.get(arg.name());
+        boolean hidden = arg.from() == Arg.Source.SECRET && text != null && !text.isEmpty();
+        return hidden ? "***" : text == null || parameter.getType().isPrimitive() ? text : '"' + text + '"';
+    }
+
+    private static void print(List<?> list) {
+        list.stream().limit(SHOWN).forEach(element -> Output.data("     " + element));
+        if (list.size() > SHOWN) {
+            Output.data("     ... " + list.size() + " in all");
+        }
+    }
+}

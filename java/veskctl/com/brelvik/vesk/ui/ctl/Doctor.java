@@ -1,0 +1,187 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.LdapVendor;
+import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Locale;
+import java.util.Map;
+import java.util.concurrent.Callable;
+import java.util.concurrent.TimeUnit;
+import java.util.stream.Stream;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+
+@Command(name = "doctor", header = "Check what the native library needs, and name what is missing.",
+        description = {"", "The exit status is that of the worst finding: 3 install root, 4 initialisation, 5 library. "
+                + "Paste the output into a bug report."})
+final class Doctor implements Callable<Integer> {
+    private static final int CHILD_SECONDS = 60;
+
+    @Option(names = "--json", description = "Answer as one line of JSON")
+    private boolean json;
+
+    @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
+    private boolean help;
+
+    private final List<Finding> findings = new ArrayList<>();
+
+    /** One thing looked at; {@code cure} is null when nothing is wrong with it. */
+    private record Finding(String subject, String detail, String cure, Status status) {
+        Map<String, Object> toMap() {
+            Map<String, Object> map = new LinkedHashMap<>();
+            map.put("subject", subject);
+            map.put("ok", cure == null);
+            map.put("detail", detail);
+            map.put("cure", cure);
+            return map;
+        }
+
+        void print() {
+            Output.data(String.format("%-8s %-10s %s", cure == null ? "ok" : status == Status.DONE ? "warning" : "FAILED",
+                    subject, detail));
+            if (cure != null) {
+                Output.data(" ".repeat(20) + "do: " + cure);
+            }
+        }
+    }
+
+    @Override
+    public Integer call() {
+        good("vm", System.getProperty("java.vm.name") + " " + System.getProperty("java.vm.version") + ", "
+                + NativeLibrary.widthOfVm() + "-bit, " + System.getProperty("java.home"));
+        limits();
+        boolean loaded = library();
+        InstallRoot root = settings();
+        if (root != null) {
+            folders(root);
+        }
+        if (loaded && root != null) {
+            initialise();
+        }
+        return report();
+    }
+
+    private int report() {
+        Status worst = findings.stream().map(Finding::status).max(Status::compareTo).orElse(Status.DONE);
+        if (json) {
+            Map<String, Object> map = new LinkedHashMap<>();
+            map.put("ok", worst == Status.DONE);
+            map.put("findings", findings.stream().map(Finding::toMap).toList());
+            Output.out().println(Json.of(map));
+        } else {
+            findings.forEach(Finding::print);
+        }
+        return worst.number();
+    }
+
+    private void good(String subject, String detail) {
+        findings.add(new Finding(subject, detail, null, Status.DONE));
+    }
+
+    private void bad(Status status, String subject, String detail, String cure) {
+        findings.add(new Finding(subject, detail, cure, status));
+    }
+
+    private void limits() {
+        linesOf(Path.of("/proc/self/limits")).filter(line -> line.startsWith("Max open files"))
+                .forEach(line -> good("limits", line.strip().replaceAll(" +", " ")));
+    }
+
+    private boolean library() {
+        try {
+            NativeLibrary.load();
+        } catch (UnsatisfiedLinkError e) {
+            bad(Status.NOT_LOADABLE, "library", e.getMessage(), "as it says");
+            return false;
+        }
+        Path file = NativeLibrary.file();
+        String build = NativeLibrary.buildOf(file);
+        String detail = file + ", " + NativeLibrary.widthOf(file) + "-bit, build " + build;
+        if (build != null && build.equals(NativeLibrary.buildOfJar())) {
+            good("library", detail);
+        } else {
+            bad(Status.DONE, "library", detail + ", but the jar is build " + NativeLibrary.buildOfJar(),
+                    "install library and jar from one build");
+        }
+        linesOf(Path.of("/proc/self/maps")).map(line -> line.replaceFirst("^[^/]*", ""))
+                .filter(path -> path.matches(".*/lib(vesk|ldap|sasl2|krb5|gssapi_krb5|gnutls)[^/]*"))
+                .distinct().forEach(path -> good("loaded", path));
+        return true;
+    }
+
+    private InstallRoot settings() {
+        try {
+            InstallRoot root = InstallRoot.open();
+            good("settings", root.path().resolve("config/vesk.ini") + ", log level "
+                    + root.setting("log_level", "ui", root.setting("general", "log_level", "not set: DEBUG")));
+            return root;
+        } catch (Refusal e) {
+            bad(e.status(), "settings", e.getMessage(), e.next());
+            return null;
+        }
+    }
+
+    private void folders(InstallRoot root) {
+        Path log = root.log().toAbsolutePath();
+        Path folder = log.getParent();
+        if (Files.isDirectory(folder) && Files.isWritable(folder) && (!Files.exists(log) || Files.isWritable(log))) {
+            good("log", log.toString());
+        } else {
+            bad(Status.REFUSED, "log", log + " cannot be written", "make " + folder
+                    + " a folder that this account may write to");
+        }
+        for (LdapVendor vendor : LdapVendor.values()) {
+            Path script = root.path().resolve("ldap/" + vendor.name().toLowerCase(Locale.ROOT) + "/ldapscript.conf");
+            if (Files.isReadable(script)) {
+                good("script", script.toString());
+            } else {
+                bad(Status.REFUSED, "script", script + (Files.exists(script) ? " cannot be read" : " is missing"),
+                        "put the vendor's script there; until then the generic one serves");
+            }
+        }
+    }
+
+    // In a VM of its own, since the library ends the process when it does not like the settings.
+    private void initialise() {
+        ProcessBuilder child = new ProcessBuilder(Path.of(System.getProperty("java.home"), "bin/java").toString(),
+                "-D" + NativeLibrary.PROPERTY + "=" + NativeLibrary.file(), "-cp",
+                System.getProperty("java.class.path"), Main.class.getName(), "call", "--json",
+                "JniInit.initializeJNI").redirectErrorStream(true);
+        try {
+            Path said = Files.createTempFile("veskctl", ".txt");
+            try {
+                Process process = child.redirectOutput(said.toFile()).start();
+                boolean ended = process.waitFor(CHILD_SECONDS, TimeUnit.SECONDS);
+                process.destroyForcibly();
+                judge(ended, Files.readString(said).strip());
+            } finally {
+                Files.delete(said);
+            }
+        } catch (IOException | InterruptedException e) {
+            bad(Status.FAILED, "initialise", "no second VM could be started: " + e.getMessage(), "free some memory");
+        }
+    }
+
+    private void judge(boolean ended, String said) {
+        if (!ended) {
+            bad(Status.FAILED, "initialise", "no answer in " + CHILD_SECONDS + " s", "look at the end of the log");
+        } else if (said.contains("\"code\":0,")) {
+            good("initialise", "initializeJNI answered 0");
+        } else {
+            bad(Status.FAILED, "initialise", "the library said: " + said, "look at the end of the log");
+        }
+    }
+
+    private static Stream<String> linesOf(Path file) {
+        try {
+            return Files.readAllLines(file).stream();
+        } catch (IOException e) {
+            return Stream.of();
+        }
+    }
+}
