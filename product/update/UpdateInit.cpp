@@ -46,9 +46,9 @@ bool checkHome(const std::string& home) {
   return refuse("install root not usable", home, errno, "check VESK_HOME and the folder's rights");
 }
 
-bool prepareFolder(const std::string& folder) {
-  if (makeFolder(folder) && allows(folder, R_OK | W_OK | X_OK)) return true;
-  return refuse("folder not writable", folder, errno,
+bool prepareFolder(const std::string& folder, int access) {
+  if (makeFolder(folder) && allows(folder, access)) return true;
+  return refuse("folder not usable", folder, errno,
                 "give the console's account the right to write there");
 }
 
@@ -59,7 +59,7 @@ BvUpdateInit::BvUpdateInit() : initialised(false) {}
 BvUpdateInit::~BvUpdateInit() = default;
 
 bool BvUpdateInit::Init(const std::string& home) {
-  initialised =
-      checkHome(home) && prepareFolder(home + "/data") && prepareFolder(home + "/data/update");
+  initialised = checkHome(home) && prepareFolder(home + "/data", X_OK) &&
+                prepareFolder(home + "/data/update", R_OK | W_OK | X_OK);
   return initialised;
 }
