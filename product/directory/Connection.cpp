@@ -1,0 +1,68 @@
+#include <product/directory.h>
+#include <product/log.h>
+
+#include <utility>
+
+#include "Session.h"
+
+namespace VESK {
+
+const char* BvLDAPAbstractConnection::getLdapVendorName(LDAPVendor vendor) {
+  switch (vendor) {
+    case OPENLDAP:
+      return "openldap";
+    case ACTIVEDIRECTORY:
+      return "activedirectory";
+    case DS389:
+      return "ds389";
+    default:
+      return "generic";
+  }
+}
+
+BvLDAPConnection::BvLDAPConnection(LDAPVendor vendor, AuthenType authType)
+    : session(std::make_unique<Session>(vendor, authType)) {}
+
+BvLDAPConnection::~BvLDAPConnection() = default;
+
+int BvLDAPConnection::connect(const char* host, int port) { return session->open(host, port); }
+
+int BvLDAPConnection::connect(const char* host, int port, const char* bindUser,
+                              const char* bindPassword) {
+  return session->open(host, port, bindUser, bindPassword);
+}
+
+int BvLDAPConnection::authenticate(const char* user, const char* password) {
+  return session->bind(user, password);
+}
+
+int BvLDAPConnection::getLastError() { return session->lastError(); }
+
+int BvLDAPConnection::getEntry(const char* dn, const char** attributes, BvLDAPEntry** out) {
+  return session->read(dn, attributes, out);
+}
+
+void BvLDAPConnection::freeEntry(BvLDAPEntry* entry) { delete entry; }
+
+int BvLDAPConnection::search(const char* baseDN, int scope, const char* filter,
+                             const char** attributes, BvLDAPSearchResults** out) {
+  *out = nullptr;
+  std::vector<BvLDAPEntry> entries;
+  const int code = session->visit(baseDN, scope, filter, attributes, [&](BvLDAPEntry& entry) {
+    entries.push_back(std::move(entry));
+    return true;
+  });
+  if (code == 0) *out = new BvLDAPSearchResults(std::move(entries));
+  return code;
+}
+
+void BvLDAPConnection::freeSearchResults(BvLDAPSearchResults* results) { delete results; }
+
+void BvLDAPConnection::disconnect() { session->close(); }
+
+int BvLDAPConnection::visit(const char* baseDN, int scope, const char* filter,
+                            const char** attributes, const BvLDAPEntryVisitor& visitor) {
+  return session->visit(baseDN, scope, filter, attributes, visitor);
+}
+
+}  // namespace VESK

@@ -1,0 +1,90 @@
+#include "Failure.h"
+
+#include <product/directory.h>
+#include <product/log.h>
+
+#include <cstring>
+
+namespace VESK::directory {
+
+namespace {
+
+const char* hintOf(const Failure& failure) {
+  switch (failure.code) {
+    case LDAP_INVALID_CREDENTIALS:
+    case LDAP_INAPPROPRIATE_AUTH:
+      return "check account and password";
+    case LDAP_STRONG_AUTH_REQUIRED:
+    case LDAP_CONFIDENTIALITY_REQUIRED:
+      return "the server wants TLS: set security in section LDAP to starttls or ldaps";
+    case LDAP_NO_SUCH_OBJECT:
+    case LDAP_INVALID_DN_SYNTAX:
+    case LDAP_REFERRAL:
+      return "check the base DN";
+    case LDAP_SIZELIMIT_EXCEEDED:
+    case LDAP_ADMINLIMIT_EXCEEDED:
+    case LDAP_TIMELIMIT_EXCEEDED:
+      return "raise the server's limits for this account, or search below a narrower base DN";
+    case LDAP_INSUFFICIENT_ACCESS:
+      return "the account may not do this; bind as another one";
+    case LDAP_FILTER_ERROR:
+      return "check the search filter";
+    case LDAP_TIMEOUT:
+      return "check host, port and security, or raise operation_timeout in section LDAP";
+    default:
+      break;
+  }
+  if (std::strcmp(failure.step, "TLS") == 0) {
+    return "check security and ca_file in section LDAP, and that the certificate names this host "
+           "(localhost stands for the machine's own name)";
+  }
+  return "check that a directory server listens there and is healthy";
+}
+
+const char* reasonWord(int code) {
+  if (code == LDAP_TIMEOUT) return "timed out at";
+  return code > 0 ? "refused by" : "failed at";
+}
+
+}  // namespace
+
+void logFailure(const Failure& failure) {
+  const bool silent = failure.diagnostic.empty();
+  Log::LogByLevel(1, "directory: %s %s %s after %lld ms: %s (%d)%s%s%s; hint: %s", failure.step,
+                  reasonWord(failure.code), failure.peer.c_str(),
+                  static_cast<long long>(failure.elapsed.count()), ldap_err2string(failure.code),
+                  failure.code, silent ? "" : " [", failure.diagnostic.c_str(), silent ? "" : "]",
+                  hintOf(failure));
+}
+
+std::string diagnosticOf(LDAP* handle) {
+  char* text = nullptr;
+  if (handle == nullptr) return {};
+  if (ldap_get_option(handle, LDAP_OPT_DIAGNOSTIC_MESSAGE, &text) != LDAP_OPT_SUCCESS) return {};
+  const std::string copy = text == nullptr ? "" : text;
+  ldap_memfree(text);
+  return copy;
+}
+
+int lastErrorOf(int code) {
+  switch (code) {
+    case LDAP_SUCCESS:
+      return BvLDAPAbstractConnection::NO_ERROR;
+    case LDAP_NO_SUCH_OBJECT:
+    case LDAP_INVALID_DN_SYNTAX:
+    case LDAP_REFERRAL:  // another server may hold that base, this one does not
+      return BvLDAPAbstractConnection::NO_SUCH_BASE;
+    case LDAP_SIZELIMIT_EXCEEDED:
+    case LDAP_TIMELIMIT_EXCEEDED:
+    case LDAP_ADMINLIMIT_EXCEEDED:
+      return BvLDAPAbstractConnection::LIMIT_EXCEEDED;
+    default:
+      return BvLDAPAbstractConnection::OTHER_ERROR;
+  }
+}
+
+bool isWireFailure(int code) {
+  return code < 0 && code != LDAP_FILTER_ERROR && code != LDAP_PARAM_ERROR;
+}
+
+}  // namespace VESK::directory

@@ -1,0 +1,111 @@
+#include "Filter.h"
+
+#include <ldap.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace VESK::directory {
+
+namespace {
+
+bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+void appendEscaped(std::string& out, char c) {
+  constexpr const char* HEX = "0123456789abcdef";
+  const auto byte = static_cast<unsigned char>(c);
+  if (byte < 0x20 || byte == 0x7F || c == '(' || c == ')' || c == '*' || c == '\\') {
+    out += '\\';
+    out += HEX[byte >> 4];
+    out += HEX[byte & 0x0F];
+  } else {
+    out += c;
+  }
+}
+
+struct FreeDn {
+  void operator()(LDAPRDN* dn) const { ldap_dnfree(dn); }
+};
+using Dn = std::unique_ptr<LDAPRDN, FreeDn>;
+
+struct FreeBer {
+  void operator()(BerElement* element) const { ber_free(element, 1); }
+};
+
+struct FreeText {
+  void operator()(char* text) const { ldap_memfree(text); }
+};
+
+}  // namespace
+
+bool isAttributeName(std::string_view text) {
+  if (text.empty() || !(isLetter(text.front()) || isDigit(text.front()))) return false;
+  return std::all_of(text.begin(), text.end(), [](char c) {
+    return isLetter(c) || isDigit(c) || c == '-' || c == '.' || c == ';' || c == '_';
+  });
+}
+
+bool isFilter(const std::string& text) {
+  const std::unique_ptr<BerElement, FreeBer> element(ber_alloc_t(LBER_USE_DER));
+  if (element == nullptr || text.empty() || text.front() != '(') return false;
+  return ldap_put_vrFilter(element.get(), text.c_str()) == 0;
+}
+
+std::string escapeValue(std::string_view value) {
+  std::string out;
+  for (const char c : value) appendEscaped(out, c);
+  return out;
+}
+
+// A row of wildcards counts as one: the empty parts between them would make the filter invalid.
+std::string escapePattern(std::string_view pattern) {
+  std::string out;
+  for (const char c : pattern) {
+    if (c != '*') {
+      appendEscaped(out, c);
+    } else if (out.empty() || out.back() != '*') {
+      out += '*';
+    }
+  }
+  return out;
+}
+
+std::string item(std::string_view attribute, std::string_view escaped) {
+  std::string out = "(";
+  return out.append(attribute).append("=").append(escaped).append(")");
+}
+
+std::string anyOf(const std::vector<std::string>& attributes, std::string_view escaped) {
+  std::string out = "(|";
+  for (const std::string& attribute : attributes) out += item(attribute, escaped);
+  return out + ")";
+}
+
+std::string both(std::string_view first, std::string_view second) {
+  std::string out = "(&";
+  return out.append(first).append(second).append(")");
+}
+
+std::string comparableDn(const std::string& dn) {
+  LDAPRDN* raw = nullptr;
+  if (ldap_str2dn(dn.c_str(), &raw, LDAP_DN_FORMAT_LDAPV3) != LDAP_SUCCESS) return {};
+  const Dn parts(raw);
+  char* rawText = nullptr;
+  if (ldap_dn2str(raw, &rawText, LDAP_DN_FORMAT_LDAPV3) != LDAP_SUCCESS) return {};
+  const std::unique_ptr<char, FreeText> text(rawText);
+  std::string out = text == nullptr ? "" : text.get();
+  for (char& c : out) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return out;
+}
+
+bool isUnder(const std::string& dn, const std::string& base) {
+  const std::string entry = comparableDn(dn);
+  const std::string top = comparableDn(base);
+  if (top.empty() || entry == top) return true;
+  return entry.size() > top.size() && entry.ends_with("," + top);
+}
+
+}  // namespace VESK::directory

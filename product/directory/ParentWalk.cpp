@@ -1,0 +1,115 @@
+#include "ParentWalk.h"
+
+#include <utility>
+
+#include "Filter.h"
+
+namespace VESK::directory {
+
+namespace {
+
+// Servers close a connection that sends more than 256 KiB at once before it is authenticated.
+constexpr std::size_t MAX_FILTER = 128 * 1024;
+
+constexpr const char* IN_CHAIN = ":1.2.840.113556.1.4.1941:";
+
+}  // namespace
+
+int ParentWalk::fromUser(const std::string& name) {
+  const std::string named = item(script.userNameAttr, escapeValue(name));
+  const bool namesOnly =
+      script.parentStrategy == ParentStrategy::WALK && script.memberDnAttrs.empty();
+  const int code = namesOnly ? 0 : resolve(both(script.userFilter, named));
+  if (code != 0) return code;
+  Names items;
+  if (script.parentStrategy == ParentStrategy::WALK && (namesOnly || !frontier.empty())) {
+    for (const std::string& attribute : script.memberNameAttrs) {
+      items.push_back(item(attribute, escapeValue(name)));
+    }
+  }
+  return climb(items);
+}
+
+int ParentWalk::fromGroup(const std::string& name) {
+  const std::string named = item(script.groupNameAttr, escapeValue(name));
+  const int code = resolve(both(script.groupFilter, named));
+  return code == 0 ? climb({}) : code;
+}
+
+// Finds where the walk starts: every entry of that name.
+int ParentWalk::resolve(const std::string& filter) {
+  const bool memberOf = script.parentStrategy == ParentStrategy::MEMBER_OF;
+  const Names attributes = memberOf ? Names{script.memberOfAttr} : Names{};
+  return lookup.find(filter, attributes, [&](BvLDAPEntry& entry) {
+    remember(entry.dn());
+    if (!memberOf) frontier.push_back(entry.dn());
+    for (std::string& group : allValues(entry, script.memberOfAttr)) {
+      frontier.push_back(std::move(group));
+    }
+    return true;
+  });
+}
+
+// `memberItems` find parents on the first level only: they name users, and groups are members by
+// DN.
+int ParentWalk::climb(const Names& memberItems) {
+  Names items = memberItems;
+  while (!frontier.empty() || !items.empty()) {
+    for (const std::string& dn : frontier) {
+      for (std::string& one : itemsFor(dn)) items.push_back(std::move(one));
+    }
+    frontier.clear();
+    Names next;
+    std::string any;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      any += items[i];
+      const bool full = any.size() > MAX_FILTER || i + 1 == items.size();
+      if (!full) continue;
+      if (const int code = level(any, next); code != 0) return code;
+      any.clear();
+    }
+    items.clear();
+    frontier = std::move(next);
+  }
+  return 0;
+}
+
+int ParentWalk::level(const std::string& anyItem, Names& next) {
+  const bool memberOf = script.parentStrategy == ParentStrategy::MEMBER_OF;
+  Names attributes = {script.groupNameAttr};
+  if (memberOf) attributes.push_back(script.memberOfAttr);
+  const std::string filter = both(script.groupFilter, "(|" + anyItem + ")");
+  return lookup.find(filter, attributes, [&](BvLDAPEntry& entry) {
+    if (!remember(entry.dn())) return true;
+    // A group whose name may not be read is no answer, but may lead to one.
+    std::string name = firstValue(entry, script.groupNameAttr);
+    if (!name.empty()) found.push_back({std::move(name), entry.dn()});
+    if (script.parentStrategy == ParentStrategy::WALK) next.push_back(entry.dn());
+    for (std::string& group : allValues(entry, script.memberOfAttr)) {
+      next.push_back(std::move(group));
+    }
+    return true;
+  });
+}
+
+// What a filter has to ask about one DN of the frontier.
+Names ParentWalk::itemsFor(const std::string& dn) const {
+  const std::string value = escapeValue(dn);
+  if (script.parentStrategy == ParentStrategy::MEMBER_OF) {
+    if (known.contains(comparableDn(dn))) return {};
+    return {item(script.entryDnAttr, value)};
+  }
+  const bool chain = script.parentStrategy == ParentStrategy::IN_CHAIN;
+  Names items;
+  for (const std::string& attribute : script.memberDnAttrs) {
+    items.push_back(item(chain ? attribute + IN_CHAIN : attribute, value));
+  }
+  return items;
+}
+
+bool ParentWalk::remember(const std::string& dn) {
+  std::string key = comparableDn(dn);
+  return known.insert(key.empty() ? dn : std::move(key)).second;
+}
+
+}  // namespace VESK::directory

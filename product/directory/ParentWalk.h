@@ -1,0 +1,41 @@
+// The groups that contain an entry, directly or through other groups.
+#ifndef VESK_DIRECTORY_PARENT_WALK_H
+#define VESK_DIRECTORY_PARENT_WALK_H
+
+#include <product/directory.h>
+
+#include <string>
+#include <unordered_set>
+
+#include "Lookup.h"
+
+namespace VESK::directory {
+
+// One request for each level, whatever the number of groups on it; a group is visited once, so
+// that cycles end.
+class ParentWalk {
+ public:
+  explicit ParentWalk(Lookup& at) : lookup(at), script(at.script()) {}
+
+  int fromUser(const std::string& name);
+  int fromGroup(const std::string& name);
+
+  std::vector<GroupRecord>& parents() { return found; }
+
+ private:
+  int resolve(const std::string& filter);
+  int climb(const Names& memberNames);
+  int level(const std::string& anyItem, Names& next);
+  Names itemsFor(const std::string& dn) const;
+  bool remember(const std::string& dn);
+
+  Lookup& lookup;
+  const Script& script;
+  Names frontier;  // DNs whose parents are asked next; with memberOf, the parents themselves
+  std::unordered_set<std::string> known;
+  std::vector<GroupRecord> found;
+};
+
+}  // namespace VESK::directory
+
+#endif

@@ -1,0 +1,88 @@
+#include "Results.h"
+
+#include <strings.h>
+
+#include <memory>
+#include <utility>
+
+namespace VESK {
+
+BvLDAPAttribute::BvLDAPAttribute(std::string name, std::vector<std::string> values)
+    : attributeName(std::move(name)), attributeValues(std::move(values)) {}
+
+int BvLDAPAttribute::size() const { return static_cast<int>(attributeValues.size()); }
+
+const char* BvLDAPAttribute::getValue(int index) const {
+  if (index < 0 || index >= size()) return nullptr;
+  return attributeValues[static_cast<std::size_t>(index)].c_str();
+}
+
+BvLDAPEntry::BvLDAPEntry(std::string dn, std::vector<BvLDAPAttribute> attributes)
+    : entryDn(std::move(dn)), entryAttributes(std::move(attributes)) {}
+
+int BvLDAPEntry::getAttribute(const char* name, BvLDAPAttribute** out) {
+  *out = nullptr;
+  if (name == nullptr) return -1;
+  for (BvLDAPAttribute& attribute : entryAttributes) {
+    if (strcasecmp(attribute.name().c_str(), name) != 0) continue;
+    *out = &attribute;
+    return 0;
+  }
+  return -1;
+}
+
+BvLDAPSearchResults::BvLDAPSearchResults(std::vector<BvLDAPEntry> entries)
+    : resultEntries(std::move(entries)) {}
+
+int BvLDAPSearchResults::size() const { return static_cast<int>(resultEntries.size()); }
+
+BvLDAPEntry* BvLDAPSearchResults::operator[](unsigned index) {
+  return index < resultEntries.size() ? &resultEntries[index] : nullptr;
+}
+
+namespace directory {
+
+namespace {
+
+struct FreeElement {
+  void operator()(BerElement* element) const { ber_free(element, 0); }
+};
+struct FreeValues {
+  void operator()(berval* values) const { ber_memfree(values); }
+};
+using Element = std::unique_ptr<BerElement, FreeElement>;
+using Values = std::unique_ptr<berval, FreeValues>;
+
+std::string copy(const berval& value) { return std::string(value.bv_val, value.bv_len); }
+
+std::vector<std::string> copy(const Values& values) {
+  std::vector<std::string> texts;
+  for (const berval* value = values.get(); value != nullptr && value->bv_val != nullptr; ++value) {
+    texts.push_back(copy(*value));
+  }
+  return texts;
+}
+
+}  // namespace
+
+// Reads straight from the message, which the names and values point into.
+BvLDAPEntry makeEntry(LDAP* handle, LDAPMessage* message) {
+  BerElement* raw = nullptr;
+  berval dn{};
+  std::vector<BvLDAPAttribute> attributes;
+  if (ldap_get_dn_ber(handle, message, &raw, &dn) != LDAP_SUCCESS) return {"", {}};
+  const Element element(raw);
+  for (;;) {
+    berval name{};
+    berval* rawValues = nullptr;
+    if (ldap_get_attribute_ber(handle, message, raw, &name, &rawValues) != LDAP_SUCCESS) break;
+    if (name.bv_val == nullptr) break;
+    const Values values(rawValues);
+    attributes.emplace_back(copy(name), copy(values));
+  }
+  return {copy(dn), std::move(attributes)};
+}
+
+}  // namespace directory
+
+}  // namespace VESK

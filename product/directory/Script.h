@@ -1,0 +1,44 @@
+// The vendor's script: how its schema names users, groups and memberships.
+#ifndef VESK_DIRECTORY_SCRIPT_H
+#define VESK_DIRECTORY_SCRIPT_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace VESK::directory {
+
+enum class ParentStrategy { WALK, MEMBER_OF, IN_CHAIN };
+
+// The defaults are the built-in generic script. docs/directory-scripts.md describes the keys.
+struct Script {
+  std::string userFilter = "(|(objectClass=inetOrgPerson)(objectClass=posixAccount))";
+  std::string userNameAttr = "uid";
+  std::vector<std::string> userSearchAttrs = {"uid", "cn", "displayName", "mail"};
+  std::vector<std::string> userLoginAttrs = {"uid", "mail"};
+  bool loginStripDomain = false;
+
+  std::string groupFilter =
+      "(|(objectClass=groupOfNames)(objectClass=groupOfUniqueNames)(objectClass=posixGroup))";
+  std::string groupNameAttr = "cn";
+  std::vector<std::string> groupSearchAttrs = {"cn", "description", "mail"};
+  std::vector<std::string> groupClasses = {"groupOfNames", "groupOfUniqueNames", "posixGroup"};
+
+  ParentStrategy parentStrategy = ParentStrategy::WALK;
+  std::vector<std::string> memberDnAttrs = {"member", "uniqueMember"};
+  std::vector<std::string> memberNameAttrs = {"memberUid"};
+  std::string memberOfAttr = "memberOf";
+  std::string entryDnAttr = "entryDN";
+
+  std::vector<std::string> smtpPrefixAttrs;
+  int pageSize = 0;  // 0: as the settings say
+};
+
+using ScriptPtr = std::shared_ptr<const Script>;
+
+// The script for a look-up that starts now; never null.
+ScriptPtr currentScript();
+
+}  // namespace VESK::directory
+
+#endif

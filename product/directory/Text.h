@@ -1,0 +1,15 @@
+// Texts as they arrive from callers.
+#ifndef VESK_DIRECTORY_TEXT_H
+#define VESK_DIRECTORY_TEXT_H
+
+#include <string>
+
+namespace VESK::directory {
+
+// Real UTF-8: a supplementary character that arrives as two three-byte surrogates becomes one
+// four-byte group, everything else stays as it is. Null reads as the empty text.
+std::string realUtf8(const char* text);
+
+}  // namespace VESK::directory
+
+#endif

@@ -1,0 +1,138 @@
+#include "Transport.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <system_error>
+
+namespace VESK::directory {
+
+namespace {
+
+struct FreeAddresses {
+  void operator()(addrinfo* list) const { freeaddrinfo(list); }
+};
+using Addresses = std::unique_ptr<addrinfo, FreeAddresses>;
+
+// poll that signals do not prolong: 0 when the deadline passed, else 1 or -1.
+int pollUntil(int fd, short events, Clock::time_point deadline) {
+  for (;;) {
+    pollfd wanted{fd, events, 0};
+    const int ready = poll(&wanted, 1, static_cast<int>(remaining(deadline).count()));
+    if (ready >= 0 || errno != EINTR) return ready;
+  }
+}
+
+int awaitConnected(int fd, Clock::time_point deadline) {
+  const int ready = pollUntil(fd, POLLOUT, deadline);
+  if (ready == 0) return ETIMEDOUT;
+  if (ready < 0) return errno;
+  int error = 0;
+  socklen_t size = sizeof error;
+  return getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+std::string resolve(const std::string& host, int port, Addresses& addresses) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  hints.ai_flags = AI_NUMERICSERV;
+  addrinfo* list = nullptr;
+  const int status = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &list);
+  addresses.reset(list);
+  if (status == 0) return {};
+  return status == EAI_SYSTEM ? std::generic_category().message(errno) : gai_strerror(status);
+}
+
+int count(const addrinfo* list) {
+  int addresses = 0;
+  for (; list != nullptr; list = list->ai_next) ++addresses;
+  return addresses;
+}
+
+}  // namespace
+
+Transport::~Transport() {
+  if (fd >= 0) close(fd);
+}
+
+Transport::Failure Transport::connect(const std::string& host, int port,
+                                      Clock::time_point deadline) {
+  Addresses addresses;
+  if (std::string reason = resolve(host, port, addresses); !reason.empty()) {
+    return {"resolve", reason};
+  }
+  int left = count(addresses.get());
+  int error = 0;
+  for (const addrinfo* next = addresses.get(); next != nullptr; next = next->ai_next, --left) {
+    const auto share = remaining(deadline) / left;
+    error = connectTo(*next, Clock::now() + share);
+    if (error == 0) return {"", {}};
+  }
+  timeIsUp = error == ETIMEDOUT;
+  return {"connect", std::generic_category().message(error)};
+}
+
+int Transport::connectTo(const addrinfo& address, Clock::time_point deadline) {
+  if (fd >= 0) close(fd);
+  fd = socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_TCP);
+  if (fd < 0) return errno;
+  const int on = 1;
+  setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  if (::connect(fd, address.ai_addr, address.ai_addrlen) == 0) return 0;
+  if (errno != EINPROGRESS && errno != EINTR) return errno;
+  return awaitConnected(fd, deadline);
+}
+
+bool Transport::attach(Sockbuf* buffer) {
+  static Sockbuf_IO layer = {setup, remove, control, read, write, remove};
+  return ber_sockbuf_add_io(buffer, &layer, LBER_SBIOD_LEVEL_PROVIDER, this) == 0;
+}
+
+int Transport::setup(Sockbuf_IO_Desc* layer, void* transport) {
+  layer->sbiod_pvt = transport;
+  return 0;
+}
+
+// Also serves as the close function: the descriptor is the transport's own.
+int Transport::remove(Sockbuf_IO_Desc*) { return 0; }
+
+int Transport::control(Sockbuf_IO_Desc*, int, void*) { return 0; }
+
+ber_slen_t Transport::read(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length) {
+  auto& self = *static_cast<Transport*>(layer->sbiod_pvt);
+  for (;;) {
+    const ssize_t got = recv(self.fd, buffer, length, 0);
+    if (got >= 0) return got;
+    if (errno == EINTR) continue;
+    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !self.await(POLLIN)) return -1;
+  }
+}
+
+// MSG_NOSIGNAL: a peer that has gone must not end the process.
+ber_slen_t Transport::write(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length) {
+  auto& self = *static_cast<Transport*>(layer->sbiod_pvt);
+  for (;;) {
+    const ssize_t sent = send(self.fd, buffer, length, MSG_NOSIGNAL);
+    if (sent >= 0) return sent;
+    if (errno == EINTR) continue;
+    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !self.await(POLLOUT)) return -1;
+  }
+}
+
+bool Transport::await(short events) {
+  const int ready = pollUntil(fd, events, ends);
+  if (ready > 0) return true;
+  if (ready == 0) {
+    timeIsUp = true;
+    errno = ETIMEDOUT;
+  }
+  return false;
+}
+
+}  // namespace VESK::directory

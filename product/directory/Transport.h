@@ -1,0 +1,56 @@
+// The TCP connection below an LDAP handle. libldap opens connections lazily, tries each address of
+// a host for the whole time-out, and reads a half-sent message or a TLS handshake for ever; here
+// every wait ends at the deadline of the running call.
+#ifndef VESK_DIRECTORY_TRANSPORT_H
+#define VESK_DIRECTORY_TRANSPORT_H
+
+#include <lber.h>
+
+#include <cstddef>
+#include <string>
+
+#include "TimeBudget.h"
+
+struct addrinfo;
+
+namespace VESK::directory {
+
+class Transport {
+ public:
+  Transport() = default;
+  ~Transport();
+  Transport(const Transport&) = delete;
+  Transport& operator=(const Transport&) = delete;
+
+  // What went wrong, empty texts for nothing. The addresses of a host share the time.
+  struct Failure {
+    const char* step;
+    std::string reason;
+  };
+  Failure connect(const std::string& host, int port, Clock::time_point deadline);
+
+  // Becomes the lowest layer of the buffer, which must not outlive this object.
+  bool attach(Sockbuf* buffer);
+  void endAt(Clock::time_point deadline) { ends = deadline; }
+
+  int descriptor() const { return fd; }
+  bool timedOut() const { return timeIsUp; }
+
+ private:
+  static int setup(Sockbuf_IO_Desc* layer, void* transport);
+  static int remove(Sockbuf_IO_Desc* layer);
+  static int control(Sockbuf_IO_Desc* layer, int option, void* argument);
+  static ber_slen_t read(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length);
+  static ber_slen_t write(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length);
+
+  int connectTo(const addrinfo& address, Clock::time_point deadline);
+  bool await(short events);
+
+  int fd = -1;
+  Clock::time_point ends{};
+  bool timeIsUp = false;
+};
+
+}  // namespace VESK::directory
+
+#endif
