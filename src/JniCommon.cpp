@@ -16,12 +16,6 @@ namespace {
 
 constexpr const char* emptyText = "";
 
-bool isAscii(const jchar* chars, std::size_t count) {
-  jchar seen = 0;
-  for (std::size_t i = 0; i < count; ++i) seen = static_cast<jchar>(seen | chars[i]);
-  return seen < 0x80;
-}
-
 // Bytes for `length` UTF-16 units and a terminator; 0 when the address space has no room for them.
 std::size_t bufferSize(std::size_t length) {
   const std::uint64_t size = 2 * std::uint64_t{length} + 2;
@@ -79,13 +73,18 @@ void VeskJniString::dropBuffer() {
 // Looks at the unit behind the last character too: the VM ends its copy with a zero unit, and a
 // copy that does not end so is not taken for ASCII.
 bool VeskJniString::copyAscii(const jchar* chars, std::size_t length) {
-  if (!isAscii(chars, length + 1)) return false;
-  for (std::size_t i = 0; i < length; ++i) buf[i] = static_cast<char>(chars[i]);
-  buf[length] = '\0';
-  if (buf[0] == '\0') {
+  char* to = buf;  // through the member, each byte written could move the buffer: no vector code
+  jchar seen = chars[length];
+  for (std::size_t i = 0; i < length; ++i) {
+    seen = static_cast<jchar>(seen | chars[i]);
+    to[i] = static_cast<char>(chars[i]);
+  }
+  if (seen >= 0x80) return false;
+  to[length] = '\0';
+  if (to[0] == '\0') {
     dropBuffer();
   } else {
-    str = buf;
+    str = to;
   }
   return true;
 }
