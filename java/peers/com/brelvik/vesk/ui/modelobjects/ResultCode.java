@@ -2,7 +2,7 @@ package com.brelvik.vesk.ui.modelobjects;
 
 /** The integers that native methods answer with, with what an administrator wants to know about each. */
 public enum ResultCode implements Coded {
-    SUCCESS(0, Kind.DONE, "done; for a search also when nothing was found", "", ""),
+    SUCCESS(0, Kind.DONE, "done", "", ""),
 
     COMMAND_NOT_FORMED(100, Kind.FAILED, "the command line could not be formed",
             "a text that the C library cannot format", "report it, with the log's last lines"),

@@ -99,8 +99,8 @@ final class Demo implements Callable<Integer> {
 
     private static void print(List<?> list) {
         list.stream().limit(SHOWN).forEach(element -> Output.data("     " + element));
-        if (list.size() > SHOWN) {
-            Output.data("     ... " + list.size() + " in all");
+        if (list.isEmpty() || list.size() > SHOWN) {
+            Output.data(list.isEmpty() ? "     (empty list)" : "     ... " + list.size() + " in all");
         }
     }
 }

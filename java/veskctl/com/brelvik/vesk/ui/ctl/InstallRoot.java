@@ -38,6 +38,7 @@ record InstallRoot(Path path, Map<String, String> settings) {
         return Path.of(setting("log", "file", path.resolve("log/adminui.log").toString()));
     }
 
+    // What the settings library refuses is refused here, no more and no less.
     private static Map<String, String> parse(Path file, byte[] bytes) {
         Map<String, String> items = new HashMap<>();
         String section = "";
@@ -46,7 +47,7 @@ record InstallRoot(Path path, Map<String, String> settings) {
             number++;
             String text = line.strip();
             int sign = text.replace(':', '=').indexOf('=');
-            if (text.startsWith("[") && text.contains("]")) {
+            if (isSection(text)) {
                 section = text.substring(1, text.indexOf(']'));
             } else if (line.indexOf('\0') >= 0 || !isComment(text) && (sign < 1 || text.startsWith("["))) {
                 throw new Refusal(Status.REFUSED, file + ":" + number + ": syntax error",
@@ -56,6 +57,11 @@ record InstallRoot(Path path, Map<String, String> settings) {
             }
         }
         return items;
+    }
+
+    // The settings library keeps 48 bytes of a section's name.
+    private static boolean isSection(String text) {
+        return text.startsWith("[") && text.contains("]") && text.indexOf(']') <= 49;
     }
 
     private static boolean isComment(String text) {

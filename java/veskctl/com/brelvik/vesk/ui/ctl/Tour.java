@@ -70,6 +70,8 @@ final class Tour {
         return List.of(
                 at("All values of an attribute", method, 0, "FILTER", "(uid=ann)", "ATTRIBUTE", "mail"),
                 at("Full names by a filter", method, 0, "FILTER", "(|(uid=eleni)(uid=yoshino)(uid=rosa))", "ATTRIBUTE",
+                        "cn"),
+                at("Entries without the attribute are left out", method, 0, "FILTER", "(uid=t*)", "ATTRIBUTE",
                         "displayName"),
                 at("A filter that is none", method, 205, "FILTER", "(uid=", "ATTRIBUTE", "mail"));
     }
