@@ -26,7 +26,8 @@ const char* hintOf(const Failure& failure) {
     case LDAP_TIMELIMIT_EXCEEDED:
       return "raise the server's limits for this account, or search below a narrower base DN";
     case LDAP_INSUFFICIENT_ACCESS:
-      return "the account may not do this; bind as another one";
+    case LDAP_UNWILLING_TO_PERFORM:
+      return "the server does not allow this; bind with an account that may";
     case LDAP_FILTER_ERROR:
       return "check the search filter";
     case LDAP_TIMEOUT:
@@ -41,6 +42,11 @@ const char* hintOf(const Failure& failure) {
   return "check that a directory server listens there and is healthy";
 }
 
+// libldap says of every lost connection that the server cannot be contacted.
+const char* reasonOf(int code) {
+  return code == LDAP_SERVER_DOWN ? "connection lost" : ldap_err2string(code);
+}
+
 const char* reasonWord(int code) {
   if (code == LDAP_TIMEOUT) return "timed out at";
   return code > 0 ? "refused by" : "failed at";
@@ -52,7 +58,7 @@ void logFailure(const Failure& failure) {
   const bool silent = failure.diagnostic.empty();
   Log::LogByLevel(1, "directory: %s %s %s after %lld ms: %s (%d)%s%s%s; hint: %s", failure.step,
                   reasonWord(failure.code), failure.peer.c_str(),
-                  static_cast<long long>(failure.elapsed.count()), ldap_err2string(failure.code),
+                  static_cast<long long>(failure.elapsed.count()), reasonOf(failure.code),
                   failure.code, silent ? "" : " [", failure.diagnostic.c_str(), silent ? "" : "]",
                   hintOf(failure));
 }

@@ -24,14 +24,33 @@ void appendEscaped(std::string& out, char c) {
   }
 }
 
+bool take(std::string_view& text, char c) {
+  if (text.empty() || text.front() != c) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+// Cuts one filter off the front; false when there is none.
+bool takeFilter(std::string_view& text) {
+  if (!take(text, '(')) return false;
+  if (take(text, '!')) return takeFilter(text) && take(text, ')');
+  if (take(text, '&') || take(text, '|')) {
+    do {
+      if (!takeFilter(text)) return false;
+    } while (!text.empty() && text.front() == '(');
+    return take(text, ')');
+  }
+  const std::string_view comparison = text.substr(0, text.find_first_of("()"));
+  const std::size_t equals = comparison.find('=');
+  if (equals == 0 || equals == std::string_view::npos) return false;
+  text.remove_prefix(comparison.size());
+  return take(text, ')');
+}
+
 struct FreeDn {
   void operator()(LDAPRDN* dn) const { ldap_dnfree(dn); }
 };
 using Dn = std::unique_ptr<LDAPRDN, FreeDn>;
-
-struct FreeBer {
-  void operator()(BerElement* element) const { ber_free(element, 1); }
-};
 
 struct FreeText {
   void operator()(char* text) const { ldap_memfree(text); }
@@ -46,11 +65,7 @@ bool isAttributeName(std::string_view text) {
   });
 }
 
-bool isFilter(const std::string& text) {
-  const std::unique_ptr<BerElement, FreeBer> element(ber_alloc_t(LBER_USE_DER));
-  if (element == nullptr || text.empty() || text.front() != '(') return false;
-  return ldap_put_vrFilter(element.get(), text.c_str()) == 0;
-}
+bool isFilter(std::string_view text) { return takeFilter(text) && text.empty(); }
 
 std::string escapeValue(std::string_view value) {
   std::string out;

@@ -10,8 +10,8 @@ namespace VESK::directory {
 
 // An attribute's name or OID, with options.
 bool isAttributeName(std::string_view text);
-// True when libldap can send it.
-bool isFilter(const std::string& text);
+// Whether parentheses and comparisons are well formed; what a server knows is for it to say.
+bool isFilter(std::string_view text);
 
 // A value that stands for itself.
 std::string escapeValue(std::string_view value);

@@ -32,7 +32,7 @@ bool setAttribute(Script& script, std::string_view text) {
 template <std::string Script::*FIELD>
 bool setFilter(Script& script, std::string_view text) {
   script.*FIELD = text;
-  return isFilter(script.*FIELD);
+  return isFilter(text);
 }
 
 // Names separated by commas.
