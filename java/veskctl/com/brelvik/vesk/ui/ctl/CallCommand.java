@@ -12,9 +12,9 @@ import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
 @Command(name = "call", sortOptions = false, header = "Call any native method.",
-        description = {"", "Arguments follow in the order of the method. Integers may be words (openldap), texts become "
-                + "what the method takes. @null is null, @password a password that is read as everywhere else, @list an "
-                + "empty list, @@x the text @x. Lists may be left out; they are printed afterwards.",
+        description = {"", "Arguments follow in the order of the method. Integers may be words (openldap), texts "
+                + "become what the method takes. @null is null, @password a password that is read as everywhere "
+                + "else, @list an empty list, @@x the text @x. Lists may be left out; they are printed afterwards.",
                 "Without a name, all methods are listed. Options stand before the name."})
 final class CallCommand implements Callable<Integer> {
     @Option(names = "--json", description = "Answer as one line of JSON")

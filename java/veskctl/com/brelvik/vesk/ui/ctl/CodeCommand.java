@@ -6,7 +6,8 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
-@Command(name = "code", header = "Explain a result code.", description = {"", "Without a number, all codes are listed."})
+@Command(name = "code", header = "Explain a result code.",
+        description = {"", "Without a number, all codes are listed."})
 final class CodeCommand implements Callable<Integer> {
     @Parameters(arity = "0..1", paramLabel = "N", description = "e.g. 205")
     private Integer number;

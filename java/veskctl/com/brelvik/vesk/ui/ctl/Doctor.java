@@ -42,8 +42,8 @@ final class Doctor implements Callable<Integer> {
         }
 
         void print() {
-            Output.data(String.format("%-8s %-10s %s", cure == null ? "ok" : status == Status.DONE ? "warning" : "FAILED",
-                    subject, detail));
+            String verdict = cure == null ? "ok" : status == Status.DONE ? "warning" : "FAILED";
+            Output.data(String.format("%-8s %-10s %s", verdict, subject, detail));
             if (cure != null) {
                 Output.data(" ".repeat(20) + "do: " + cure);
             }

@@ -110,7 +110,8 @@ final class PeerCommand implements Callable<Integer> {
         switch (arg.from()) {
             case OPTION -> spec.addOption(option(parameter, arg));
             case POSITION -> spec.addPositional(PositionalParamSpec.builder().index(Integer.toString(positions++))
-                    .arity("1").type(String.class).paramLabel(arg.name()).description(arg.help()).build());
+                    .arity("1").required(true).type(String.class).paramLabel(arg.name()).description(arg.help())
+                    .build());
             case SECRET -> spec.addOption(OptionSpec.builder("--password-file").type(Path.class).paramLabel("FILE")
                     .description(arg.help() + ": first line of this file; else the variable " + Passwords.VARIABLE
                             + ", else a prompt").build());

@@ -7,8 +7,8 @@ import java.nio.file.Path;
 import java.util.Arrays;
 
 /**
- * Arguments and variables as UTF-8, also in a locale that has no UTF-8: there the VM has replaced every byte that is not
- * ASCII before the program starts, but the system still has the originals.
+ * Arguments and variables as UTF-8, also in a locale that has no UTF-8: there the VM has replaced every byte that is
+ * not ASCII before the program starts, but the system still has the originals.
  */
 final class RawProcess {
     private RawProcess() {}

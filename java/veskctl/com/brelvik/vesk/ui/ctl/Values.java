@@ -55,8 +55,9 @@ final class Values {
             value = Integer.parseInt(text);
         } catch (NumberFormatException e) {
             String known = words(arg).collect(Collectors.joining(", "));
-            throw new Refusal(Status.USAGE, name + ": '" + text + "' is not a number" + (known.isEmpty() ? ""
-                    : " and none of " + known), "give a whole number" + (known.isEmpty() ? "" : " or one of the words"));
+            String what = known.isEmpty() ? "no whole number" : "no number and none of " + known;
+            throw new Refusal(Status.USAGE, name + ": '" + text + "' is " + what,
+                    "give a whole number" + (known.isEmpty() ? "" : " or one of the words"));
         }
         if (arg != null && arg.upTo() > 0 && (value < 1 || value > arg.upTo())) {
             throw new Refusal(Status.REFUSED, name + ": " + value + " is out of range",

@@ -1,0 +1,76 @@
+package com.brelvik.vesk.ui.ctl;
+
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.concurrent.TimeUnit;
+
+/** Runs veskctl in a VM of its own, which checks every JNI call. */
+final class Ctl {
+    static final Path SOURCE = Path.of(System.getProperty("vesk.source"));
+    static final Path BUILD = Path.of(System.getProperty("vesk.build"));
+    static final Path LIBRARY = BUILD.resolve("lib/libveskjni.so");
+
+    /** What a run left behind. */
+    record Run(int status, String out, String err) {
+        List<String> lines() {
+            return out.lines().toList();
+        }
+    }
+
+    private final Map<String, String> environment = new HashMap<>();
+    private Path library = LIBRARY;
+
+    /** A variable for the runs; null takes it away. */
+    Ctl with(String name, String value) {
+        environment.put(name, value);
+        return this;
+    }
+
+    Ctl library(Path file) {
+        library = file;
+        return this;
+    }
+
+    Run run(List<String> arguments) throws IOException, InterruptedException {
+        List<String> command = new ArrayList<>(List.of(Path.of(System.getProperty("java.home"), "bin/java").toString(),
+                "-Xcheck:jni", "-XX:TieredStopAtLevel=1", "-Dvesk.jni.library=" + library, "-jar",
+                BUILD.resolve("java/vesk-console.jar").toString()));
+        command.addAll(arguments);
+        Path folder = Files.createTempDirectory("veskctl");
+        Path out = folder.resolve("out");
+        Path err = folder.resolve("err");
+        ProcessBuilder builder = new ProcessBuilder(command).redirectInput(Path.of("/dev/null").toFile())
+                .redirectOutput(out.toFile()).redirectError(err.toFile());
+        builder.environment().keySet().removeIf(name -> name.startsWith("VESK_") || name.startsWith("LC_"));
+        builder.environment().put("LC_ALL", "C.UTF-8");
+        String preload = System.getenv("VESK_PRELOAD");
+        if (preload != null) {
+            builder.environment().put("LD_PRELOAD", preload);
+        }
+        environment.forEach((name, value) -> {
+            builder.environment().remove(name);
+            if (value != null) {
+                builder.environment().put(name, value);
+            }
+        });
+        Process process = builder.start();
+        try {
+            if (!process.waitFor(90, TimeUnit.SECONDS)) {
+                throw new IOException("no end in 90 s: " + arguments);
+            }
+            return new Run(process.exitValue(), Files.readString(out), Files.readString(err));
+        } finally {
+            process.destroyForcibly();
+            Folders.delete(folder);
+        }
+    }
+
+    Run run(String... arguments) throws IOException, InterruptedException {
+        return run(List.of(arguments));
+    }
+}
