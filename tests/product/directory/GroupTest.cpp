@@ -1,0 +1,71 @@
+#include "DirectoryTest.h"
+
+namespace {
+
+using testing::UnorderedElementsAreArray;
+
+struct Membership {
+  bool isUser;
+  const char* name;
+  Names byDn;     // groups that list members by DN
+  int levels;     // of these
+  Names byUid{};  // reached through memberUid
+};
+
+const Membership MEMBERSHIPS[] = {
+    {true, "ann", {"berlin", "germany", "europe", "world"}, 4, {"unix-users", "all-unix"}},
+    {true, "ringo", {"ring-a", "ring-b", "ring-c"}, 3},
+    {false, "ring-a", {"ring-b", "ring-c"}, 2},
+    {true, "sales", {"night-shift"}, 1},
+    {false, "sales", {"europe", "world"}, 2},
+    {true, STAR, {LAB, "world"}, 2},
+    {false, LAB, {"world"}, 1},
+    {true, "yoshino", {"営業部"}, 1},
+    {false, "berlin", {"germany", "europe", "world"}, 3},
+    {true,
+     "p00001",
+     {"g0002", "g0003", "g0004", "g0005", "g0006", "g0007", "g0008", "g0009", "g0010", "g0025",
+      "g0026", "g0027", "g0028", "g0029", "g0030"},
+     9},
+    {false, "world", {}, 0},
+    {true, "console", {}, 0},
+    {true, "*", {}, 0},
+    {false, "nobody", {}, 0},
+};
+
+class GroupTest : public DirectoryTest {
+ protected:
+  static int parents(Connection& session, const Membership& member, GroupList& list) {
+    return member.isUser
+               ? GroupDAO().getAllParentGroupsByUserName(&session, BASE, member.name, list)
+               : GroupDAO().getAllParentGroupsByGroupName(&session, BASE, member.name, list);
+  }
+
+  // One request finds where to start and one finds that the top is reached.
+  static void expectParents(const Membership& member, const Names& expected) {
+    SCOPED_TRACE(testing::Message() << (member.isUser ? "user " : "group ") << member.name);
+    Session session(server->port(), Connection::OPENLDAP);
+    GroupList list;
+    const int before = server->searches();
+    EXPECT_EQ(0, parents(session, member, list));
+    EXPECT_THAT(namesOf(list), UnorderedElementsAreArray(expected));
+    EXPECT_LE(server->searches() - before, member.levels + 2);
+  }
+};
+
+TEST_F(GroupTest, WalkFindsEveryParentOnceInARequestALevel) {
+  for (const Membership& member : MEMBERSHIPS) {
+    Names all = member.byDn;
+    all.insert(all.end(), member.byUid.begin(), member.byUid.end());
+    expectParents(member, all);
+  }
+}
+
+TEST_F(GroupTest, MemberOfFindsTheSame) {
+  const TempDir dir;
+  ASSERT_EQ(0, VESK::BvLDAPScript::init(
+                   dir.write("ldapscript.conf", "parent_strategy = memberof\n").c_str()));
+  for (const Membership& member : MEMBERSHIPS) expectParents(member, member.byDn);
+}
+
+}  // namespace
