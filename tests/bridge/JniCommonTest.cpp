@@ -9,6 +9,21 @@ namespace {
 
 using Texts = std::vector<std::u16string>;
 
+// Counts the texts that are taken in the VM's UTF-8 form.
+struct UtfTexts {
+  explicit UtfTexts(JNIEnv* env) : fault(env) {
+    taken = 0;
+    real = fault.real();
+    fault->GetStringUTFChars = [](JNIEnv* e, jstring s, jboolean* copy) {
+      ++taken;
+      return real->GetStringUTFChars(e, s, copy);
+    };
+  }
+  JniFault fault;
+  inline static int taken;
+  inline static const JNINativeInterface_* real;
+};
+
 using JniStringTest = JvmTest;
 
 TEST_F(JniStringTest, TextAndWhereItLies) {
@@ -27,20 +42,22 @@ TEST_F(JniStringTest, TextAndWhereItLies) {
       {std::u16string(600, u'a'), std::string(600, 'a'), 1202, 0},
       {std::u16string(600, u'\0'), "", 0, 0},
       {u"\u00E9t\u00E9", "\xC3\xA9t\xC3\xA9", 0, 1},
-      {u"\x7F\x80", "\x7F\xC2\x80", 0, 1},
+      {u"\x7F", "\x7F", 0, 0},
+      {u"\u0080", "\xC2\x80", 0, 1},
       {std::u16string(600, u'a') + u'\u20AC', std::string(600, 'a') + "\xE2\x82\xAC", 0, 1},
       {u"\U0001F600", "\xED\xA0\xBD\xED\xB8\x80", 0, 1},
   };
   for (const auto& row : rows) {
     jstring source = text(row.java);
-    JniLedger ledger(env);
+    const UtfTexts utfTexts(env);
+    const JniLedger ledger(env);
     {
       seams.heapBlock = 0;
       const VeskJniString taken(env, source);
       const std::size_t heap = seams.heapBlock;
       EXPECT_EQ(0, std::memcmp(taken.str, row.read.c_str(), row.read.size() + 1)) << row.read;
       EXPECT_EQ(row.heap, heap) << row.read;
-      EXPECT_EQ(row.utf, ledger.count("GetStringUTFChars")) << row.read;
+      EXPECT_EQ(row.utf, utfTexts.taken) << row.read;
     }
     EXPECT_EQ(0U, seams.heapBlock) << row.read;
   }
@@ -60,6 +77,21 @@ TEST_F(JniStringTest, ShortOfMemoryReadsAsEmpty) {
   fault->GetStringChars = [](JNIEnv*, jstring, jboolean*) -> const jchar* { return nullptr; };
   EXPECT_EQ("", read(std::u16string(600, u'a')));
   EXPECT_EQ(0U, seams.heapBlock);
+}
+
+// The zero unit behind the last character is looked at as well.
+TEST_F(JniStringTest, CopyWithoutItsTerminatorIsNotTakenForAscii) {
+  JniFault fault(env);
+  fault->GetStringChars = [](JNIEnv*, jstring, jboolean*) -> const jchar* {
+    static const jchar unterminated[] = {'a', 'b', 0xE9};
+    return unterminated;
+  };
+  fault->ReleaseStringChars = [](JNIEnv*, jstring, const jchar*) {};
+  jstring source = text(u"ab");
+  const UtfTexts utfTexts(env);
+  const JniLedger ledger(env);
+  EXPECT_STREQ("ab", VeskJniString(env, source).str);
+  EXPECT_EQ(1, utfTexts.taken);
 }
 
 struct ListTest : JvmTest {

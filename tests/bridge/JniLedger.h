@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 #include <jni.h>
 
-#include <map>
 #include <set>
-#include <string>
 
 // Makes single calls fail: `fault->NewStringUTF = ...`. C++ calls with `...` go through the V slot.
 class JniFault {
@@ -27,80 +25,58 @@ class JniFault {
   JNINativeInterface_ patched;
 };
 
-// Counts what the bridge takes from the VM; at the end of the scope all of it must be given back.
-// Global references are kept on purpose and only counted.
+// Keeps account of what the bridge takes from the VM; at the end of the scope all of it must be
+// given back. Global references are kept on purpose.
 class JniLedger {
  public:
   explicit JniLedger(JNIEnv* env) : table(env) {
-    current = this;
-    countStrings();
-    countReferences();
+    real = table.real();
+    held.clear();
+    takes<&Table::GetStringChars>();
+    gives<&Table::ReleaseStringChars>();
+    takes<&Table::GetStringUTFChars>();
+    gives<&Table::ReleaseStringUTFChars>();
+    takes<&Table::GetByteArrayElements>();
+    gives<&Table::ReleaseByteArrayElements>();
+    takes<&Table::FindClass>();
+    takes<&Table::NewStringUTF>();
+    gives<&Table::DeleteLocalRef>();
   }
   ~JniLedger() {
     EXPECT_TRUE(held.empty()) << held.size() << " things taken from the VM were not given back";
-    current = nullptr;
   }
   JniLedger(const JniLedger&) = delete;
   JniLedger& operator=(const JniLedger&) = delete;
 
-  int count(const std::string& call) { return counts[call]; }
-
  private:
+  using Table = JNINativeInterface_;
   JniFault table;
-  std::multiset<const void*> held;
-  std::map<std::string, int> counts;
-  inline static JniLedger* current = nullptr;
+  inline static const Table* real;
+  inline static std::multiset<const void*> held;
 
-  template <typename Thing>
-  static Thing* took(const char* call, Thing* thing) {
-    if (thing != nullptr) current->held.insert(thing);
-    ++current->counts[call];
-    return thing;
-  }
-  static const JNINativeInterface_* gave(const void* thing) {
-    const auto found = current->held.find(thing);
-    EXPECT_TRUE(found != current->held.end()) << "given back without having been taken";
-    if (found != current->held.end()) current->held.erase(found);
-    return current->table.real();
-  }
-
-  void countStrings() {
-    table->GetStringChars = [](JNIEnv* env, jstring s, jboolean* copy) {
-      return took("GetStringChars", current->table.real()->GetStringChars(env, s, copy));
-    };
-    table->ReleaseStringChars = [](JNIEnv* env, jstring s, const jchar* chars) {
-      gave(chars)->ReleaseStringChars(env, s, chars);
-    };
-    table->GetStringUTFChars = [](JNIEnv* env, jstring s, jboolean* copy) {
-      return took("GetStringUTFChars", current->table.real()->GetStringUTFChars(env, s, copy));
-    };
-    table->ReleaseStringUTFChars = [](JNIEnv* env, jstring s, const char* chars) {
-      gave(chars)->ReleaseStringUTFChars(env, s, chars);
-    };
-    table->GetByteArrayElements = [](JNIEnv* env, jbyteArray a, jboolean* copy) {
-      return took("GetByteArrayElements",
-                  current->table.real()->GetByteArrayElements(env, a, copy));
-    };
-    table->ReleaseByteArrayElements = [](JNIEnv* env, jbyteArray a, jbyte* bytes, jint mode) {
-      EXPECT_EQ(0, mode);
-      gave(bytes)->ReleaseByteArrayElements(env, a, bytes, mode);
+  template <auto Slot>
+  void takes() {
+    (*table.operator->()).*Slot = [](JNIEnv* env, auto... arguments) {
+      const auto thing = (real->*Slot)(env, arguments...);
+      if (thing != nullptr) held.insert(thing);
+      return thing;
     };
   }
-
-  void countReferences() {
-    table->FindClass = [](JNIEnv* env, const char* name) {
-      return took("FindClass", current->table.real()->FindClass(env, name));
+  template <auto Slot>
+  void gives() {
+    (*table.operator->()).*Slot = [](JNIEnv* env, auto... arguments) {
+      const void* thing = nullptr;
+      ((thing = pointer(thing, arguments)), ...);  // the last one that is a pointer
+      const auto found = held.find(thing);
+      EXPECT_TRUE(found != held.end()) << "given back without having been taken";
+      if (found != held.end()) held.erase(found);
+      (real->*Slot)(env, arguments...);
     };
-    table->NewStringUTF = [](JNIEnv* env, const char* text) {
-      return took("NewStringUTF", current->table.real()->NewStringUTF(env, text));
-    };
-    table->DeleteLocalRef = [](JNIEnv* env, jobject reference) {
-      gave(reference)->DeleteLocalRef(env, reference);
-    };
-    table->NewGlobalRef = [](JNIEnv* env, jobject reference) {
-      ++current->counts["NewGlobalRef"];
-      return current->table.real()->NewGlobalRef(env, reference);
-    };
+  }
+  static const void* pointer(const void*, const void* argument) { return argument; }
+  static const void* pointer(const void* before, jint mode) {
+    EXPECT_EQ(0, mode);  // bytes are always copied back and freed
+    return before;
   }
 };
 

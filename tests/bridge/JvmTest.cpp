@@ -7,6 +7,16 @@
 #include "Seams.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_JniInit.h"
 
+// The VM handles SIGSEGV itself and means it.
+extern "C" const char* __asan_default_options() {
+  return "handle_segv=0:allow_user_segv_handler=1:detect_leaks=1";
+}
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
+
 JNIEnv* JvmTest::env = nullptr;
 
 namespace {

@@ -1,4 +1,4 @@
-// Doubles of the log, the settings store and the update engine.
+// The journal, and doubles of the log, the settings store and the update engine.
 #include <product/log.h>
 #include <product/settings.h>
 #include <product/update.h>
@@ -7,6 +7,32 @@
 #include <cstdio>
 
 #include "doubles/Product.h"
+
+namespace {
+
+std::string formatted(const char* format, std::va_list arguments) {
+  char text[4096];
+  std::vsnprintf(text, sizeof text, format, arguments);
+  return text;
+}
+
+}  // namespace
+
+Product product;
+
+int ask(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::string call = formatted(format, arguments);
+  va_end(arguments);
+  product.calls.push_back(call);
+  const std::size_t index = product.calls.size() - 1;
+  if (index == product.throwAt || (product.throwsOn && index > product.throwAt)) {
+    throw ProductFailure();
+  }
+  const auto answer = product.answers.find(call.substr(0, call.find(' ')));
+  return answer == product.answers.end() ? 0 : answer->second;
+}
 
 namespace {
 
@@ -26,12 +52,6 @@ struct Sink : VESK::LogMsgBvCLM {
 
 Store store;
 Sink sink;
-
-std::string formatted(const char* format, std::va_list arguments) {
-  char text[2048];
-  std::vsnprintf(text, sizeof text, format, arguments);
-  return text;
-}
 
 }  // namespace
 
