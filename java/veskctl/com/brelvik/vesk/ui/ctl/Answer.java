@@ -38,7 +38,8 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists) {
             Output.out().println(Json.of(toMap()));
         } else if (value instanceof Integer code && status() != Status.DONE) {
             ResultCode known = ResultCode.of(code);
-            Output.error(asked, describe(code), known == null ? "read the log" : known.cures());
+            String next = known == null ? "read the log" : known.cures();
+            Output.error(asked, describe(code), next + " [log: " + InstallRoot.open().log() + "]");
         } else if (value instanceof Integer code) {
             Output.talk(describe(code));
         } else {
