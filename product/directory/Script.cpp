@@ -3,6 +3,7 @@
 #include <ini.h>
 #include <product/directory.h>
 #include <product/log.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +11,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <string_view>
 #include <system_error>
@@ -165,6 +167,30 @@ std::string parseFile(const char* path, Parse& parse) {
   return parse.wrong;
 }
 
+// What tells one state of a file from the next.
+struct Stamp {
+  std::array<long long, 6> marks{};
+
+  bool operator==(const Stamp&) const = default;
+};
+
+bool stampOf(const char* path, Stamp& stamp) {
+  struct stat file {};
+  if (stat(path, &file) != 0) return false;
+  stamp.marks = {static_cast<long long>(file.st_dev),
+                 static_cast<long long>(file.st_ino),
+                 static_cast<long long>(file.st_size),
+                 file.st_mtim.tv_sec,
+                 file.st_mtim.tv_nsec,
+                 file.st_ctim.tv_nsec};
+  return true;
+}
+
+struct Loaded {
+  Stamp stamp;
+  ScriptPtr script;
+};
+
 const ScriptPtr& genericScript() {
   static const ScriptPtr script = std::make_shared<const Script>();
   return script;
@@ -172,6 +198,8 @@ const ScriptPtr& genericScript() {
 
 std::mutex processMutex;
 ScriptPtr processScript;  // the last one loaded by any thread
+// Every operation loads its vendor's file, which hardly ever changes.
+std::map<std::string, Loaded> loadedFiles;
 // What this thread loaded itself: look-ups for different vendors that run at the same time must not
 // get one another's.
 thread_local ScriptPtr threadScript;
@@ -180,6 +208,20 @@ void install(ScriptPtr script) {
   threadScript = script;
   const std::lock_guard lock(processMutex);
   processScript.swap(script);
+}
+
+ScriptPtr loadedBefore(const std::string& path, const Stamp& stamp) {
+  const std::lock_guard lock(processMutex);
+  const auto found = loadedFiles.find(path);
+  return found != loadedFiles.end() && found->second.stamp == stamp ? found->second.script
+                                                                    : nullptr;
+}
+
+void keepLoaded(const std::string& path, const Stamp& stamp, const ScriptPtr& script) {
+  constexpr std::size_t MANY = 16;
+  const std::lock_guard lock(processMutex);
+  if (loadedFiles.size() >= MANY) loadedFiles.clear();
+  loadedFiles[path] = {stamp, script};
 }
 
 }  // namespace
@@ -197,17 +239,23 @@ namespace VESK {
 void BvLDAPScript::destroy() { directory::install(nullptr); }
 
 int BvLDAPScript::init(const char* path) {
-  directory::Parse parse;
   const std::string name = path == nullptr ? "" : path;
-  const std::string wrong = directory::parseFile(name.c_str(), parse);
-  if (wrong.empty()) {
-    directory::install(std::make_shared<const directory::Script>(std::move(parse.script)));
-    return 0;
+  directory::Stamp stamp;
+  const bool stamped = directory::stampOf(name.c_str(), stamp);
+  directory::ScriptPtr script = stamped ? directory::loadedBefore(name, stamp) : nullptr;
+  if (script == nullptr) {
+    directory::Parse parse;
+    if (const std::string wrong = directory::parseFile(name.c_str(), parse); !wrong.empty()) {
+      Log::LogByLevel(1, "directory: script %s: %s; hint: %s", name.c_str(), wrong.c_str(),
+                      "the built-in generic script serves meanwhile");
+      directory::install(directory::genericScript());
+      return -1;
+    }
+    script = std::make_shared<const directory::Script>(std::move(parse.script));
+    if (stamped) directory::keepLoaded(name, stamp, script);
   }
-  Log::LogByLevel(1, "directory: script %s: %s; hint: the built-in generic script serves meanwhile",
-                  name.c_str(), wrong.c_str());
-  directory::install(directory::genericScript());
-  return -1;
+  directory::install(std::move(script));
+  return 0;
 }
 
 }  // namespace VESK

@@ -7,6 +7,7 @@
 #include <lber.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include "TimeBudget.h"
@@ -17,7 +18,7 @@ namespace VESK::directory {
 
 class Transport {
  public:
-  Transport() = default;
+  Transport();
   ~Transport();
   Transport(const Transport&) = delete;
   Transport& operator=(const Transport&) = delete;
@@ -43,12 +44,18 @@ class Transport {
   static ber_slen_t read(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length);
   static ber_slen_t write(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length);
 
+  ber_slen_t fill();
+  void letMoreArrive() const;
   int connectTo(const addrinfo& address, Clock::time_point deadline);
   bool await(short events);
 
   int fd = -1;
   Clock::time_point ends{};
   bool timeIsUp = false;
+  std::unique_ptr<char[]> ahead;  // read, but not yet asked for
+  std::size_t aheadFrom = 0;
+  std::size_t aheadTo = 0;
+  std::size_t streamed = 0;  // bytes read since the last write
 };
 
 }  // namespace VESK::directory

@@ -51,12 +51,22 @@ std::string ownerFilter(const Script& script, const std::string& attribute,
   return both("(|" + script.userFilter + script.groupFilter + ")", mail);
 }
 
-bool isGroupEntry(const Script& script, VESK::BvLDAPEntry& entry) {
-  const Names classes = allValues(entry, "objectClass");
-  return std::any_of(classes.begin(), classes.end(), [&](const std::string& name) {
-    return containsName(script.groupClasses, name);
-  });
-}
+// The first user and the first group with an address; the user goes before the group.
+struct Owners {
+  std::string user;
+  std::string group;
+
+  bool add(const Script& script, VESK::BvLDAPEntry& entry) {
+    const Names classes = allValues(entry, "objectClass");
+    const bool isGroup = std::any_of(classes.begin(), classes.end(), [&](const std::string& name) {
+      return containsName(script.groupClasses, name);
+    });
+    std::string& slot = isGroup ? group : user;
+    if (slot.empty())
+      slot = firstValue(entry, isGroup ? script.groupNameAttr : script.userNameAttr);
+    return true;
+  }
+};
 
 }  // namespace
 
@@ -90,10 +100,8 @@ int UserDAO::isUserExist(VESK::BvLDAPAbstractConnection* connection, const char*
   const Script& script = lookup.script();
   const std::string named = item(script.userNameAttr, escapeValue(realUtf8(userName)));
   bool found = false;
-  const int code = lookup.find(both(script.userFilter, named), {}, [&](VESK::BvLDAPEntry&) {
-    found = true;
-    return false;
-  });
+  const int code = lookup.find(both(script.userFilter, named), {},
+                               [&](VESK::BvLDAPEntry&) { return found = true; });
   return code == 0 && found ? 0 : FAILED;
 }
 
@@ -128,21 +136,15 @@ int UserDAO::getUserOrGroupNameByEmail(VESK::BvLDAPAbstractConnection* connectio
     return FAILED;
   }
   if (address.empty()) return NO_OWNER;
-  // A user goes before a group with the same address.
-  std::string group;
-  std::string user;
-  const int code = lookup.find(
-      ownerFilter(script, attribute, address),
-      {script.userNameAttr, script.groupNameAttr, "objectClass"}, [&](VESK::BvLDAPEntry& entry) {
-        const bool asGroup = isGroupEntry(script, entry);
-        std::string& slot = asGroup ? group : user;
-        slot = firstValue(entry, asGroup ? script.groupNameAttr : script.userNameAttr);
-        return user.empty();
-      });
+  Owners owners;
+  const Names attributes = {script.userNameAttr, script.groupNameAttr, "objectClass"};
+  const int code = lookup.find(ownerFilter(script, attribute, address), attributes,
+                               [&](VESK::BvLDAPEntry& entry) { return owners.add(script, entry); });
   if (code != 0) return FAILED;
-  if (user.empty() && group.empty()) return NO_OWNER;
-  const bool groupOwns = user.empty();
+  const bool groupOwns = owners.user.empty();
+  std::string& owner = groupOwns ? owners.group : owners.user;
+  if (owner.empty()) return NO_OWNER;
   if (isGroup != nullptr) *isGroup = groupOwns;
-  name = groupOwns ? std::move(group) : std::move(user);
+  name = std::move(owner);
   return 0;
 }
