@@ -136,6 +136,14 @@ TEST_F(SettingsTest, ItemsSetInMemory) {
   EXPECT_EQ("[a]\nk = file\nother = file\n", readFile(file));
 }
 
+TEST_F(SettingsTest, ShippedFileLoads) {
+  const char* file = VESK_SOURCE_DIR "/appliance/root/opt/brelvik/vesk/config/vesk.ini";
+  EXPECT_EQ("", inChild([&] {
+              EXPECT_TRUE(instance(file)->isLoaded());
+              EXPECT_EQ("NORMAL", value("general", "log_level"));
+            }));
+}
+
 // Each writer sets values of one repeated letter: a mixture of two is a torn value.
 void checkWhole(const std::string& text) {
   EXPECT_EQ(std::string(text.size(), text.empty() ? 'x' : text[0]), text);
