@@ -29,7 +29,7 @@ class FaultTest : public DirectoryTest {
   }
 };
 
-constexpr auto SLACK = 900ms;
+constexpr auto SLACK = 2s;  // for a busy machine
 constexpr int BIND_ANSWER = 14;
 
 TEST_F(FaultTest, EachCallEndsInTimeWithACodeAndKeepsNothing) {
@@ -77,7 +77,7 @@ TEST_F(FaultTest, EachCallEndsInTimeWithACodeAndKeepsNothing) {
 
 TEST_F(FaultTest, LookUpOfManyRequestsEndsInTime) {
   // Each answer is in time by itself.
-  const TcpProxy proxy(server->port(), {0, TcpProxy::GOES_ON, "", 65536, 250ms});
+  const TcpProxy proxy(server->port(), {0, TcpProxy::GOES_ON, "", 65536, 400ms});
   Session session(proxy.port());
   GroupList list;
   const auto time = timeOf([&] {
