@@ -3,17 +3,23 @@
 //
 // Texts are NUL-terminated UTF-8; a supplementary character may arrive as the Java VM writes it
 // (two three-byte surrogates) and is normalised before it reaches the server. Everything that waits
-// ends within the time-outs below. A failed operation leaves one line in the log and throws
-// nothing. A connection belongs to one thread at a time; different connections are independent.
+// ends within the time-outs below, but for the resolution of a host name, which takes as long as
+// the machine's resolver is set to try. A failed operation leaves one line in the log and throws
+// nothing; the connection is closed when its wire failed. A connection belongs to one thread at a
+// time; different connections are independent.
+//
+// TLS checks certificate and host name; "localhost" stands for the machine's own name there.
+// Nothing falls back to plain. References to other servers are skipped.
 //
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted
-// certificate authorities; default the system's), "connect_timeout" (seconds, default 5),
-// "operation_timeout" (seconds for one whole call, default 30), "page_size" (entries, default 500;
-// the vendor's script may override it).
+// certificate authorities; default the system's), "connect_timeout" (seconds for the
+// connection and its TLS, default 5), "operation_timeout" (seconds for one whole call, default 30),
+// "page_size" (entries, default 500; the vendor's script may override it).
 #ifndef VESK_PRODUCT_DIRECTORY_H
 #define VESK_PRODUCT_DIRECTORY_H
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -75,8 +81,8 @@ class BvLDAPAbstractConnection {
   // with a name is refused without asking: many servers answer such a bind with success.
   virtual int authenticate(const char* user, const char* password) = 0;
   virtual int getLastError() = 0;
-  // Reads one entry; 0 when it exists, and then `*out` is to be given to freeEntry. `attributes`
-  // ends with a null.
+  // Reads one entry; 0 when it exists and may be read, and then `*out` is to be given to freeEntry.
+  // `attributes` ends with a null.
   virtual int getEntry(const char* dn, const char** attributes, BvLDAPEntry** out) = 0;
   virtual void freeEntry(BvLDAPEntry* entry) = 0;
   // All entries that match `filter` (RFC 4515, used as it is). `scope`: 0 base, 1 one level, 2
@@ -87,7 +93,8 @@ class BvLDAPAbstractConnection {
   virtual void disconnect() = 0;
 
   // Not called by the bridge: for the data-access classes.
-  // Like search, page by page, keeping no more than a page of entries at a time. 0 on success.
+  // Like search, page by page, keeping no more than a page of entries at a time. 0 on success; the
+  // visitor may have seen entries before a failure.
   virtual int visit(const char* baseDN, int scope, const char* filter, const char** attributes,
                     const BvLDAPEntryVisitor& visitor) = 0;
 
@@ -130,10 +137,12 @@ class BvLDAPConnection : public BvLDAPAbstractConnection {
 };
 
 // The vendor's script configuration: which filters, attributes and strategies fit its schema. One
-// for the process; it is replaced as a whole, so a look-up that runs keeps the script it started
-// with.
+// for the process, replaced as a whole, so a look-up that runs keeps the script it started with. A
+// thread that loaded one itself keeps it for its own look-ups, whatever others load meanwhile.
+// Without a script, the built-in generic one serves.
 class BvLDAPScript {
  public:
+  // Forgets the calling thread's script and the process's.
   static void destroy();
   // Loads the file at `path`; 0 on success. On failure the log names file and line, and the
   // built-in generic script serves.
@@ -141,6 +150,8 @@ class BvLDAPScript {
 };
 
 }  // namespace VESK
+
+// Lists are deques: a vector that grows holds everything twice for a moment.
 
 // One directory user. The first field is the name that lists show.
 struct UserVO {
@@ -150,7 +161,7 @@ struct UserVO {
 };
 
 struct UserVOList {
-  std::vector<UserVO> users;
+  std::deque<UserVO> users;
   unsigned size() const { return static_cast<unsigned>(users.size()); }
   UserVO& operator[](unsigned index) { return users[index]; }
 };
@@ -162,7 +173,7 @@ struct GroupRecord {
 };
 
 struct GroupList {
-  std::vector<GroupRecord> groups;
+  std::deque<GroupRecord> groups;
   unsigned size() const { return static_cast<unsigned>(groups.size()); }
   GroupRecord& operator[](unsigned index) { return groups[index]; }
 };
@@ -174,15 +185,17 @@ class BvVeskDAO {
   virtual ~BvVeskDAO();
 };
 
-// All operations return 0 on success unless they say otherwise, and append to the given list. A
-// null search text means all; in a search text `*` is a wildcard, everything else stands for
-// itself.
+// All operations return 0 on success unless they say otherwise, and append to the given list, which
+// stays as it was on failure; the connection's last error then tells more. A null or empty search
+// text means all; in a search text `*` is a wildcard, everything else stands for itself. Lists fill
+// the names (and, of groups, the DNs) and no other field.
 class UserDAO : public BvVeskDAO {
  public:
   UserDAO();
   ~UserDAO() override;
 
-  // The user whose login name, DN or principal is `loginName`. `reserved` is always false.
+  // The user whose login name, DN or principal is `loginName`; one that fits two users is refused.
+  // `reserved` is always false.
   virtual int loginName2UserName(VESK::BvLDAPAbstractConnection* connection, const char* baseDN,
                                  const char* loginName, std::string& userName, bool reserved);
   virtual int isUserExist(VESK::BvLDAPAbstractConnection* connection, const char* baseDN,
@@ -190,13 +203,15 @@ class UserDAO : public BvVeskDAO {
   virtual int getAllUsers(VESK::BvLDAPAbstractConnection* connection, const char* baseDN,
                           const char* searchStr, UserVOList& out);
   // -2: no owner; -1: the query failed; else found, with the owner's name and whether it is a
-  // group.
+  // group. A user goes before a group with the same address.
   virtual int getUserOrGroupNameByEmail(VESK::BvLDAPAbstractConnection* connection,
                                         const char* baseDN, const char* mailAttribute,
                                         const char* email, std::string& name, bool* isGroup);
 };
 
-// Nested groups: each group is listed once, and a cycle ends the walk as any known group does.
+// Nested groups: each group is listed once, and a cycle ends the walk as any known group does; the
+// group that was asked about is not listed. A name that several groups or users have stands for all
+// of them, one that none has gives an empty list and success.
 class GroupDAO : public BvVeskDAO {
  public:
   GroupDAO();

@@ -35,7 +35,7 @@ int GroupDAO::getAllGroups(VESK::BvLDAPAbstractConnection* connection, const cha
   if (!lookup.possible()) return FAILED;
   const Script& script = lookup.script();
   const std::string filter = searchFilter(script.groupFilter, script.groupSearchAttrs, searchStr);
-  std::vector<GroupRecord> groups;
+  std::deque<GroupRecord> groups;
   const int code = lookup.find(filter, {script.groupNameAttr}, [&](VESK::BvLDAPEntry& entry) {
     std::string name = firstValue(entry, script.groupNameAttr);
     if (!name.empty()) groups.push_back({std::move(name), entry.dn()});

@@ -5,6 +5,7 @@
 
 #include <product/directory.h>
 
+#include <deque>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -56,7 +57,7 @@ std::string searchFilter(const std::string& kind, const Names& attributes, const
 
 // Appends all of one list to another at once.
 template <class RECORD>
-void moveInto(std::vector<RECORD>& out, std::vector<RECORD>& found) {
+void moveInto(std::deque<RECORD>& out, std::deque<RECORD>& found) {
   if (out.empty()) {
     out.swap(found);
   } else {

@@ -4,6 +4,7 @@
 
 #include <product/directory.h>
 
+#include <deque>
 #include <string>
 #include <unordered_set>
 
@@ -20,7 +21,7 @@ class ParentWalk {
   int fromUser(const std::string& name);
   int fromGroup(const std::string& name);
 
-  std::vector<GroupRecord>& parents() { return found; }
+  std::deque<GroupRecord>& parents() { return found; }
 
  private:
   int resolve(const std::string& filter);
@@ -33,7 +34,7 @@ class ParentWalk {
   const Script& script;
   Names frontier;  // DNs whose parents are asked next; with memberOf, the parents themselves
   std::unordered_set<std::string> known;
-  std::vector<GroupRecord> found;
+  std::deque<GroupRecord> found;
 };
 
 }  // namespace VESK::directory

@@ -111,7 +111,7 @@ int UserDAO::getAllUsers(VESK::BvLDAPAbstractConnection* connection, const char*
   if (!lookup.possible()) return FAILED;
   const Script& script = lookup.script();
   const std::string filter = searchFilter(script.userFilter, script.userSearchAttrs, searchStr);
-  std::vector<UserVO> users;
+  std::deque<UserVO> users;
   const int code = lookup.find(filter, {script.userNameAttr}, [&](VESK::BvLDAPEntry& entry) {
     if (std::string name = firstValue(entry, script.userNameAttr); !name.empty()) {
       users.push_back({std::move(name), {}, {}});
