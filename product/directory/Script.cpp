@@ -1,6 +1,5 @@
 #include "Script.h"
 
-#include <ini.h>
 #include <product/directory.h>
 #include <product/log.h>
 #include <sys/stat.h>
@@ -9,8 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
-#include <cstring>
+#include <fstream>
 #include <map>
 #include <mutex>
 #include <string_view>
@@ -22,6 +20,14 @@
 namespace VESK::directory {
 
 namespace {
+
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
 
 using Setter = bool (*)(Script&, std::string_view);
 
@@ -44,10 +50,8 @@ bool setOptionalAttributes(Script& script, std::string_view text) {
   list.clear();
   while (!text.empty()) {
     const std::size_t comma = std::min(text.find(','), text.size());
-    std::string_view name = text.substr(0, comma);
+    const std::string_view name = trimmed(text.substr(0, comma));
     text.remove_prefix(std::min(comma + 1, text.size()));
-    name.remove_prefix(std::min(name.find_first_not_of(" \t\n"), name.size()));
-    name = name.substr(0, name.find_last_not_of(" \t\n") + 1);
     if (!isAttributeName(name)) return false;
     list.emplace_back(name);
   }
@@ -101,69 +105,61 @@ constexpr std::array KEYS = {
     Key{"page_size", setPageSize},
 };
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
+// inih, which reads the settings, keeps its options in variables of the process; a script has lines
+// that go on and would need others.
 struct Parse {
   Script script;
-  File file;
   int line = 0;         // being read
-  std::string key;      // of the item being read, which may go on over indented lines
-  std::string value;    // its value so far
+  std::string key{};    // of the item being read, which may go on over indented lines
+  std::string value{};  // its value so far
   int keyLine = 0;      // where it starts
   std::string wrong{};  // the first complaint
 };
 
-int complain(Parse& parse, int line, const std::string& what) {
+void complain(Parse& parse, int line, const std::string& what) {
   if (parse.wrong.empty()) parse.wrong = "line " + std::to_string(line) + ": " + what;
-  return 0;
 }
 
-int finishItem(Parse& parse) {
-  if (parse.key.empty()) return 1;
-  const auto* key =
-      std::find_if(KEYS.begin(), KEYS.end(), [&](const Key& row) { return row.name == parse.key; });
-  if (key == KEYS.end()) return complain(parse, parse.keyLine, "unknown key " + parse.key);
-  if (key->set(parse.script, parse.value)) return 1;
-  return complain(parse, parse.keyLine, "bad value for " + parse.key + ": " + parse.value);
-}
-
-int onItem(void* user, const char* section, const char* name, const char* value) {
-  auto& parse = *static_cast<Parse*>(user);
-  if (*section != '\0')
-    return complain(parse, parse.line, std::string("unknown section ") + section);
-  if (parse.key == name) {
-    parse.value += value;
-    return 1;
+void finishItem(Parse& parse) {
+  const std::string key = std::exchange(parse.key, {});
+  if (key.empty()) return;
+  const auto* row =
+      std::find_if(KEYS.begin(), KEYS.end(), [&](const Key& other) { return other.name == key; });
+  if (row == KEYS.end()) {
+    complain(parse, parse.keyLine, "unknown key " + key);
+  } else if (!row->set(parse.script, parse.value)) {
+    complain(parse, parse.keyLine, "bad value for " + key + ": " + parse.value);
   }
-  const int good = finishItem(parse);
-  parse.key = name;
-  parse.value = value;
+}
+
+void takeLine(Parse& parse, std::string_view raw) {
+  const std::string_view text = trimmed(raw);
+  if (!text.empty() && text.size() < raw.size() && isBlank(raw.front()) && !parse.key.empty()) {
+    parse.value += text;
+    return;
+  }
+  finishItem(parse);
+  if (text.empty() || text.front() == '#') return;
+  const std::size_t equals = text.find('=');
+  if (equals == std::string_view::npos || equals == 0) {
+    return complain(parse, parse.line, "neither key = value nor comment");
+  }
+  parse.key = trimmed(text.substr(0, equals));
+  parse.value = trimmed(text.substr(equals + 1));
   parse.keyLine = parse.line;
-  return good;
-}
-
-char* readLine(char* buffer, int size, void* user) {
-  auto& parse = *static_cast<Parse*>(user);
-  char* text = std::fgets(buffer, size, parse.file.get());
-  if (text == nullptr) return nullptr;
-  ++parse.line;
-  if (std::strchr(text, '\n') == nullptr && std::feof(parse.file.get()) == 0) {
-    complain(parse, parse.line, "line too long; go on in an indented line");
-  }
-  return text;
 }
 
 // Empty when the file is good.
 std::string parseFile(const char* path, Parse& parse) {
-  parse.file.reset(std::fopen(path, "re"));
-  if (parse.file == nullptr) return std::generic_category().message(errno);
-  const int syntax = ini_parse_stream(readLine, &parse, onItem, &parse);
+  errno = 0;
+  std::ifstream file(path);
+  if (!file.is_open()) return std::generic_category().message(errno);
+  for (std::string line; std::getline(file, line);) {
+    ++parse.line;
+    takeLine(parse, line);
+  }
+  if (file.bad()) return std::generic_category().message(errno);
   finishItem(parse);
-  if (parse.wrong.empty() && syntax != 0) complain(parse, syntax, "neither key=value nor comment");
-  if (std::ferror(parse.file.get()) != 0) return "cannot be read";
   return parse.wrong;
 }
 

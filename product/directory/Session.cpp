@@ -3,6 +3,7 @@
 #include <openldap.h>
 #include <product/log.h>
 
+#include <mutex>
 #include <utility>
 
 #include "Failure.h"
@@ -30,6 +31,15 @@ std::string withoutBrackets(const char* host) {
   return bracketed ? text.substr(1, text.size() - 2) : text;
 }
 
+// libldap reads its process-wide defaults at its first use, and not under a lock.
+void initialiseOnce() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    LDAP* first = nullptr;
+    if (ldap_create(&first) == LDAP_SUCCESS) LdapHandle(first).reset();
+  });
+}
+
 void setNumber(LDAP* handle, int option, int value) { ldap_set_option(handle, option, &value); }
 
 }  // namespace
@@ -46,22 +56,30 @@ void BvLDAPConnection::Session::close() {
 }
 
 int BvLDAPConnection::Session::open(const char* host, int port) {
-  error = NO_ERROR;
-  close();
   options = loadOptions(port);
-  const TimeBudget budget(options.connectTimeout);
-  if (!acceptable(budget, host, port)) return LDAP_PARAM_ERROR;
-  if (const int code = connect(budget, withoutBrackets(host), port); code != 0) return code;
-  if (options.security == Security::NONE) return LDAP_SUCCESS;
-  return startTls(budget);
+  return reach(host, port);
 }
 
 int BvLDAPConnection::Session::open(const char* host, int port, const char* user,
                                     const char* password) {
-  if (const int code = open(host, port); code != 0) return code;
+  options = loadOptions(port);
+  const TimeBudget whole(options.operationTimeout);
+  if (const int code = reach(host, port); code != 0) return code;
   const bool anonymous = realUtf8(user).empty() && realUtf8(password).empty();
   const int code = anonymous ? LDAP_SUCCESS : bind(user, password);
   if (code != 0) close();
+  return code;
+}
+
+// Up to a session that may be bound; whatever gets in the way leaves it closed.
+int BvLDAPConnection::Session::reach(const char* host, int port) {
+  error = NO_ERROR;
+  close();
+  const TimeBudget budget(options.connectTimeout);
+  if (!acceptable(budget, host, port)) return LDAP_PARAM_ERROR;
+  int code = connect(budget, withoutBrackets(host), port);
+  if (code == LDAP_SUCCESS && options.security != Security::NONE) code = startTls(budget);
+  if (code != LDAP_SUCCESS) close();
   return code;
 }
 
@@ -96,6 +114,7 @@ int BvLDAPConnection::Session::connect(const TimeBudget& budget, const std::stri
 
 // Sets every option that matters: the defaults come from the machine's ldap.conf and environment.
 int BvLDAPConnection::Session::makeHandle() {
+  initialiseOnce();
   LDAP* raw = nullptr;
   const int code = ldap_init_fd(transport->descriptor(), LDAP_PROTO_EXT, peer.c_str(), &raw);
   handle.reset(raw);

@@ -48,6 +48,7 @@ class BvLDAPConnection::Session {
   using Transport = directory::Transport;
   struct Search;
 
+  int reach(const char* host, int port);
   bool acceptable(const TimeBudget& budget, const char* host, int port);
   int connect(const TimeBudget& budget, const std::string& host, int port);
   int makeHandle();
