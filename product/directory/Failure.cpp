@@ -31,7 +31,7 @@ const char* hintOf(const Failure& failure) {
     case LDAP_FILTER_ERROR:
       return "check the search filter";
     case LDAP_TIMEOUT:
-      return "check host, port and security, or raise operation_timeout in section LDAP";
+      return "check host, port and security, or raise the time-outs in section LDAP";
     default:
       break;
   }
