@@ -172,7 +172,9 @@ static char* parents_filter(const struct floor_membership* how, const struct flo
     struct berval raw = {strlen(dns->items[i]), dns->items[i]}, escaped;
     check(ldap_bv2escaped_filter_value(&raw, &escaped), "escape");
     fprintf(out, "(member=%s)", escaped.bv_val);
-    if (how->unique_members) fprintf(out, "(uniqueMember=%s)", escaped.bv_val);
+    if (how->unique_members) {
+      fprintf(out, "(&(objectClass=groupOfUniqueNames)(uniqueMember=%s))", escaped.bv_val);
+    }
     ber_memfree(escaped.bv_val);
   }
   fputs("))", out);

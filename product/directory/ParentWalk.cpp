@@ -101,8 +101,10 @@ Names ParentWalk::itemsFor(const std::string& dn) const {
   }
   const bool chain = script.parentStrategy == ParentStrategy::IN_CHAIN;
   Names items;
-  for (const std::string& attribute : script.memberDnAttrs) {
-    items.push_back(item(chain ? attribute + IN_CHAIN : attribute, value));
+  for (const MemberAttribute& attribute : script.memberDnAttrs) {
+    std::string holds = item(chain ? attribute.name + IN_CHAIN : attribute.name, value);
+    const std::string& only = attribute.objectClass;
+    items.push_back(only.empty() ? std::move(holds) : both(item("objectClass", only), holds));
   }
   return items;
 }

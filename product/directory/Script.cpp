@@ -43,19 +43,38 @@ bool setFilter(Script& script, std::string_view text) {
   return isFilter(text);
 }
 
-// Names separated by commas.
+// Hands over what stands between commas, until `take` returns false.
+template <typename Take>
+bool splitList(std::string_view text, const Take& take) {
+  while (!text.empty()) {
+    const std::size_t comma = std::min(text.find(','), text.size());
+    if (!take(trimmed(text.substr(0, comma)))) return false;
+    text.remove_prefix(std::min(comma + 1, text.size()));
+  }
+  return true;
+}
+
 template <std::vector<std::string> Script::*FIELD>
 bool setOptionalAttributes(Script& script, std::string_view text) {
   std::vector<std::string>& list = script.*FIELD;
   list.clear();
-  while (!text.empty()) {
-    const std::size_t comma = std::min(text.find(','), text.size());
-    const std::string_view name = trimmed(text.substr(0, comma));
-    text.remove_prefix(std::min(comma + 1, text.size()));
-    if (!isAttributeName(name)) return false;
+  return splitList(text, [&list](std::string_view name) {
     list.emplace_back(name);
-  }
-  return true;
+    return isAttributeName(name);
+  });
+}
+
+// Each is a name, or a class and a name with a colon between.
+bool setMemberAttributes(Script& script, std::string_view text) {
+  script.memberDnAttrs.clear();
+  return splitList(text, [&script](std::string_view part) {
+    const std::size_t colon = part.find(':');
+    const bool tied = colon != std::string_view::npos;
+    const std::string_view name = tied ? part.substr(colon + 1) : part;
+    const std::string_view objectClass = tied ? part.substr(0, colon) : std::string_view();
+    script.memberDnAttrs.push_back({std::string(name), std::string(objectClass)});
+    return isAttributeName(name) && (!tied || isAttributeName(objectClass));
+  });
 }
 
 template <std::vector<std::string> Script::*FIELD>
@@ -97,7 +116,7 @@ constexpr std::array KEYS = {
     Key{"group_search_attrs", setAttributes<&Script::groupSearchAttrs>},
     Key{"group_classes", setAttributes<&Script::groupClasses>},
     Key{"parent_strategy", setStrategy},
-    Key{"member_dn_attrs", setOptionalAttributes<&Script::memberDnAttrs>},
+    Key{"member_dn_attrs", setMemberAttributes},
     Key{"member_name_attrs", setOptionalAttributes<&Script::memberNameAttrs>},
     Key{"member_of_attr", setAttribute<&Script::memberOfAttr>},
     Key{"entry_dn_attr", setAttribute<&Script::entryDnAttr>},

@@ -10,6 +10,13 @@ namespace VESK::directory {
 
 enum class ParentStrategy { WALK, MEMBER_OF, IN_CHAIN };
 
+// An attribute of a group that holds DNs. With a class, only groups of that class are asked for it:
+// a server that has no index for the attribute then need not look through all groups.
+struct MemberAttribute {
+  std::string name;
+  std::string objectClass;  // may be empty
+};
+
 // The defaults are the built-in generic script. docs/directory-scripts.md describes the keys.
 struct Script {
   std::string userFilter = "(|(objectClass=inetOrgPerson)(objectClass=posixAccount))";
@@ -25,7 +32,8 @@ struct Script {
   std::vector<std::string> groupClasses = {"groupOfNames", "groupOfUniqueNames", "posixGroup"};
 
   ParentStrategy parentStrategy = ParentStrategy::WALK;
-  std::vector<std::string> memberDnAttrs = {"member", "uniqueMember"};
+  std::vector<MemberAttribute> memberDnAttrs = {{"member", ""},
+                                                {"uniqueMember", "groupOfUniqueNames"}};
   std::vector<std::string> memberNameAttrs = {"memberUid"};
   std::string memberOfAttr = "memberOf";
   std::string entryDnAttr = "entryDN";
