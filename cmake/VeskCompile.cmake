@@ -7,6 +7,8 @@ target_compile_options(vesk_compile INTERFACE
   -Wno-format-truncation -Wno-stringop-truncation
   -fno-omit-frame-pointer
 )
+# 64-bit inode numbers and sizes in 32 bits too: stat refuses a large file system otherwise.
+target_compile_definitions(vesk_compile INTERFACE _FILE_OFFSET_BITS=64)
 target_include_directories(vesk_compile INTERFACE "${PROJECT_SOURCE_DIR}/include")
 target_link_options(vesk_compile INTERFACE -Wl,--no-undefined -Wl,--as-needed)
 

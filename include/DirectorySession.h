@@ -1,6 +1,6 @@
 // The connection recipe that all directory operations share.
-#ifndef VESK_DIRECTORY_SESSION_H
-#define VESK_DIRECTORY_SESSION_H
+#ifndef VESK_BRIDGE_DIRECTORY_SESSION_H
+#define VESK_BRIDGE_DIRECTORY_SESSION_H
 
 #include <jni.h>
 

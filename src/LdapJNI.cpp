@@ -75,6 +75,7 @@ jint listNames(JNIEnv* env, DirectorySession& session, const char* baseDN, const
       return session.closeAfterFailedQuery();
     }
     userDao.reset();
+    names.reserve(userList.size() + groupList.size());
     for (unsigned i = 0; i < userList.size(); ++i) names.push_back(std::move(userList[i].name));
   }
   for (unsigned i = 0; i < groupList.size(); ++i) names.push_back(std::move(groupList[i].name));
