@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <thread>
@@ -69,11 +70,12 @@ bool Slapd::start(const Words& options) {
                    dir.path("company.ldif"),
                    "--port",
                    std::to_string(ldapPort),
-                   "--tls-port",
-                   std::to_string(ldapsPort),
                    "--loglevel",
                    "stats"};
   command.insert(command.end(), options.begin(), options.end());
+  if (std::find(options.begin(), options.end(), "--tls") != options.end()) {
+    command.insert(command.end(), {"--tls-port", std::to_string(ldapsPort)});
+  }
   server = spawn(command, dir.path("slapd.log"));
   const auto deadline = Clock::now() + 30s;
   int status = 0;
