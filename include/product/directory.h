@@ -8,14 +8,14 @@
 // nothing; the connection is closed when its wire failed. A connection belongs to one thread at a
 // time; different connections are independent.
 //
-// TLS checks certificate and host name; "localhost" stands for the machine's own name there.
-// Nothing falls back to plain. References to other servers are skipped.
+// TLS is 1.2 or newer and checks certificate and host name; "localhost" stands for the machine's
+// own name there. Nothing falls back to plain. References to other servers are skipped.
 //
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted
 // certificate authorities; default the system's), "connect_timeout" (seconds for the
 // connection and its TLS, default 5), "operation_timeout" (seconds for one whole call, default 30),
-// "page_size" (entries, default 500; the vendor's script may override it).
+// "page_size" (entries, default 500; in look-ups, the vendor's script may override it).
 #ifndef VESK_PRODUCT_DIRECTORY_H
 #define VESK_PRODUCT_DIRECTORY_H
 
@@ -77,8 +77,9 @@ class BvLDAPAbstractConnection {
   // Last-error codes.
   enum LastError : int { NO_ERROR = 0, OTHER_ERROR = 1, NO_SUCH_BASE = 2, LIMIT_EXCEEDED = 3 };
 
-  // Binds with an account on a connected session; 0 when the server accepted it. An empty password
-  // with a name is refused without asking: many servers answer such a bind with success.
+  // Binds with an account on a connected session; 0 when the server accepted it. An empty name or
+  // password is refused without asking: many servers take such a bind as anonymous and answer with
+  // success.
   virtual int authenticate(const char* user, const char* password) = 0;
   virtual int getLastError() = 0;
   // Reads one entry; 0 when it exists and may be read, and then `*out` is to be given to freeEntry.

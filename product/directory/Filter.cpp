@@ -116,6 +116,10 @@ std::string comparableDn(const std::string& dn) {
   return out;
 }
 
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
 bool isUnder(const std::string& dn, const std::string& base) {
   const std::string entry = comparableDn(dn);
   const std::string top = comparableDn(base);

@@ -26,7 +26,9 @@ std::string both(std::string_view first, std::string_view second);
 // One spelling for all that name the same entry: spacing, escapes and case are settled. Empty when
 // the text is no DN. For comparisons only.
 std::string comparableDn(const std::string& dn);
-// Whether the entry is the base or lies below it.
+bool isAscii(std::string_view text);
+// Whether the entry is the base or lies below it. In what is not ASCII, upper and lower case
+// differ.
 bool isUnder(const std::string& dn, const std::string& base);
 
 }  // namespace VESK::directory

@@ -16,6 +16,7 @@ Lookup::Lookup(BvLDAPAbstractConnection* to, const char* baseDN)
       hasBase(baseDN != nullptr),
       base(realUtf8(baseDN)),
       chosen(currentScript()),
+      pages(chosen->pageSize),
       budget(loadOptions(0).operationTimeout) {}
 
 bool Lookup::possible() const {
@@ -32,7 +33,11 @@ int Lookup::find(const std::string& filter, const Names& attributes,
 
 int Lookup::findDn(const std::string& dn, const std::string& filter, const Names& attributes,
                    const BvLDAPEntryVisitor& visitor) {
-  if (!isUnder(dn, base)) return 0;
+  if (!isUnder(dn, base)) {
+    if (isAscii(base)) return 0;
+    // The server knows more about upper and lower case.
+    return find(both(filter, item(chosen->entryDnAttr, escapeValue(dn))), attributes, visitor);
+  }
   return visit(dn, LDAP_SCOPE_BASE, filter, attributes, visitor);
 }
 

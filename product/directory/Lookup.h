@@ -41,6 +41,7 @@ class Lookup {
   bool hasBase;
   std::string base;
   ScriptPtr chosen;
+  ScriptedPages pages;
   TimeBudget budget;
 };
 

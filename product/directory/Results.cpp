@@ -66,21 +66,21 @@ std::vector<std::string> copy(const Values& values) {
 }  // namespace
 
 // Reads straight from the message, which the names and values point into.
-BvLDAPEntry makeEntry(LDAP* handle, LDAPMessage* message) {
+std::optional<BvLDAPEntry> makeEntry(LDAP* handle, LDAPMessage* message) {
   BerElement* raw = nullptr;
   berval dn{};
   std::vector<BvLDAPAttribute> attributes;
-  if (ldap_get_dn_ber(handle, message, &raw, &dn) != LDAP_SUCCESS) return {"", {}};
+  if (ldap_get_dn_ber(handle, message, &raw, &dn) != LDAP_SUCCESS) return {};
   const Element element(raw);
   for (;;) {
     berval name{};
     berval* rawValues = nullptr;
-    if (ldap_get_attribute_ber(handle, message, raw, &name, &rawValues) != LDAP_SUCCESS) break;
+    if (ldap_get_attribute_ber(handle, message, raw, &name, &rawValues) != LDAP_SUCCESS) return {};
     if (name.bv_val == nullptr) break;
     const Values values(rawValues);
     attributes.emplace_back(copy(name), copy(values));
   }
-  return {copy(dn), std::move(attributes)};
+  return BvLDAPEntry(copy(dn), std::move(attributes));
 }
 
 }  // namespace directory

@@ -5,10 +5,12 @@
 #include <ldap.h>
 #include <product/directory.h>
 
+#include <optional>
+
 namespace VESK::directory {
 
-// `message` is a search entry; a broken one gives what was readable.
-BvLDAPEntry makeEntry(LDAP* handle, LDAPMessage* message);
+// `message` is a search entry; nothing when it is broken.
+std::optional<BvLDAPEntry> makeEntry(LDAP* handle, LDAPMessage* message);
 
 }  // namespace VESK::directory
 

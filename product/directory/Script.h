@@ -47,6 +47,23 @@ using ScriptPtr = std::shared_ptr<const Script>;
 // The script for a look-up that starts now; never null.
 ScriptPtr currentScript();
 
+// While one lives, the searches of its thread take the script's page size (0: as the settings say).
+// Other searches know no script: the thread's may be one of an earlier call for another vendor.
+class ScriptedPages {
+ public:
+  explicit ScriptedPages(int size) : outer(current) { current = size; }
+  ~ScriptedPages() { current = outer; }
+  ScriptedPages(const ScriptedPages&) = delete;
+  ScriptedPages& operator=(const ScriptedPages&) = delete;
+
+  static int size() { return current; }
+
+ private:
+  inline static thread_local int current = 0;
+
+  int outer;
+};
+
 }  // namespace VESK::directory
 
 #endif

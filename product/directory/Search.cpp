@@ -64,7 +64,7 @@ int BvLDAPConnection::Session::visit(const char* baseDN, int scope, const char* 
   const TimeBudget budget(options.operationTimeout);
   Search search{realUtf8(baseDN), scope, realUtf8(filter), attributes};
   // One entry needs no pages.
-  const int scripted = currentScript()->pageSize;
+  const int scripted = ScriptedPages::size();
   if (scope != LDAP_SCOPE_BASE) search.pageSize = scripted > 0 ? scripted : options.pageSize;
   if (const int code = run(budget, search, visitor); code != LDAP_SUCCESS) return code;
   if (search.references > 0) {
@@ -131,9 +131,10 @@ int BvLDAPConnection::Session::readPage(const TimeBudget& budget, Search& search
         ++search.references;
         break;
       case LDAP_RES_SEARCH_ENTRY: {
+        std::optional<BvLDAPEntry> entry = makeEntry(handle.get(), message.get());
+        if (!entry) return LDAP_DECODING_ERROR;
         search.anyEntry = true;
-        BvLDAPEntry entry = makeEntry(handle.get(), message.get());
-        search.stopped = !visitor(entry);
+        search.stopped = !visitor(*entry);
         break;
       }
       default:

@@ -42,6 +42,25 @@ void initialiseOnce() {
 
 void setNumber(LDAP* handle, int option, int value) { ldap_set_option(handle, option, &value); }
 
+std::string tlsPackage() {
+  char* raw = nullptr;
+  if (ldap_get_option(nullptr, LDAP_OPT_X_TLS_PACKAGE, &raw) != LDAP_OPT_SUCCESS) return {};
+  const std::string name = raw == nullptr ? "" : raw;
+  ldap_memfree(raw);
+  return name;
+}
+
+// Without TLS 1.0 and 1.1. libldap on GnuTLS takes the least version and does nothing with it.
+bool requireNewTls(LDAP* handle) {
+  constexpr const char* NEW_ONLY = "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2";
+  const int least = LDAP_OPT_X_TLS_PROTOCOL_TLS1_2;
+  if (ldap_set_option(handle, LDAP_OPT_X_TLS_PROTOCOL_MIN, &least) != LDAP_OPT_SUCCESS) {
+    return false;
+  }
+  return tlsPackage() != "GnuTLS" ||
+         ldap_set_option(handle, LDAP_OPT_X_TLS_CIPHER_SUITE, NEW_ONLY) == LDAP_OPT_SUCCESS;
+}
+
 }  // namespace
 
 BvLDAPConnection::Session::Session(LDAPVendor ldapVendor, AuthenType authenType)
@@ -112,7 +131,8 @@ int BvLDAPConnection::Session::connect(const TimeBudget& budget, const std::stri
   return LDAP_SUCCESS;
 }
 
-// Sets every option that matters: the defaults come from the machine's ldap.conf and environment.
+// Sets every option that matters but those of TLS, which startTls sets: the defaults come from the
+// machine's ldap.conf and environment.
 int BvLDAPConnection::Session::makeHandle() {
   initialiseOnce();
   LDAP* raw = nullptr;
@@ -140,9 +160,12 @@ int BvLDAPConnection::Session::startTls(const TimeBudget& budget) {
   ldap_set_option(ld, LDAP_OPT_NETWORK_TIMEOUT, &left);
   setNumber(ld, LDAP_OPT_X_TLS_REQUIRE_CERT, LDAP_OPT_X_TLS_DEMAND);
   setNumber(ld, LDAP_OPT_X_TLS_REQUIRE_SAN, LDAP_OPT_X_TLS_TRY);
-  setNumber(ld, LDAP_OPT_X_TLS_PROTOCOL_MIN, LDAP_OPT_X_TLS_PROTOCOL_TLS1_2);
   ldap_set_option(ld, LDAP_OPT_X_TLS_CACERTDIR, nullptr);
   ldap_set_option(ld, LDAP_OPT_X_TLS_CACERTFILE, options.caFile.c_str());
+  if (!requireNewTls(ld)) {
+    return fail(budget, "TLS", "TLS 1.0 and 1.1 cannot be switched off",
+                "check the machine's libldap");
+  }
   const int client = 0;
   if (ldap_set_option(ld, LDAP_OPT_X_TLS_NEWCTX, &client) != LDAP_OPT_SUCCESS) {
     return fail(budget, "TLS", "cannot load the trusted certificates from " + options.caFile,
@@ -166,8 +189,8 @@ int BvLDAPConnection::Session::bind(const char* user, const char* password) {
 
 int BvLDAPConnection::Session::bindSimple(const TimeBudget& budget, const std::string& user,
                                           const std::string& password) {
-  if (password.empty()) {
-    fail(budget, "bind", "empty password, not sent", "give the account's password");
+  if (user.empty() || password.empty()) {
+    fail(budget, "bind", "empty name or password, not sent", "give the account and its password");
     return LDAP_INAPPROPRIATE_AUTH;
   }
   berval credentials{password.size(), const_cast<char*>(password.data())};
@@ -186,6 +209,8 @@ int BvLDAPConnection::Session::bindKerberos(const TimeBudget& budget, const std:
 int BvLDAPConnection::Session::awaitMessage(const TimeBudget& budget, int id,
                                             LdapMessage& message) {
   timeval left = budget.left();
+  // A server whose answer goes on and on always has a message ready.
+  if (left.tv_sec == 0 && left.tv_usec == 0) return LDAP_TIMEOUT;
   LDAPMessage* raw = nullptr;
   const int type = ldap_result(handle.get(), id, LDAP_MSG_ONE, &left, &raw);
   message.reset(raw);

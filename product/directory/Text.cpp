@@ -29,6 +29,7 @@ void appendSupplementary(std::string& out, int high, int low) {
 std::string realUtf8(const char* text) {
   std::string out;
   std::string_view rest = text == nullptr ? "" : text;
+  rest = rest.substr(0, rest.find("\xC0\x80"));
   while (!rest.empty()) {
     const std::size_t plain = std::min(rest.find('\xED'), rest.size());
     out.append(rest.substr(0, plain));

@@ -7,7 +7,8 @@
 namespace VESK::directory {
 
 // Real UTF-8: a supplementary character that arrives as two three-byte surrogates becomes one
-// four-byte group, everything else stays as it is. Null reads as the empty text.
+// four-byte group, U+0000 in two bytes ends the text, everything else stays as it is. Null reads as
+// the empty text.
 std::string realUtf8(const char* text);
 
 }  // namespace VESK::directory

@@ -128,10 +128,11 @@ ber_slen_t Transport::read(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t lengt
   return static_cast<ber_slen_t>(part);
 }
 
+// MSG_DONTWAIT: libldap has the descriptor too and could make it a blocking one.
 ber_slen_t Transport::fill() {
   letMoreArrive();
   for (;;) {
-    const ssize_t got = recv(fd, ahead.get(), AHEAD, 0);
+    const ssize_t got = recv(fd, ahead.get(), AHEAD, MSG_DONTWAIT);
     if (got >= 0) {
       aheadFrom = 0;
       aheadTo = static_cast<std::size_t>(got);
@@ -160,7 +161,7 @@ ber_slen_t Transport::write(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t leng
   auto& self = *static_cast<Transport*>(layer->sbiod_pvt);
   self.streamed = 0;
   for (;;) {
-    const ssize_t sent = send(self.fd, buffer, length, MSG_NOSIGNAL);
+    const ssize_t sent = send(self.fd, buffer, length, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0) return sent;
     if (errno == EINTR) continue;
     if ((errno != EAGAIN && errno != EWOULDBLOCK) || !self.await(POLLOUT)) return -1;

@@ -23,6 +23,7 @@ TEST_F(ConnectTest, BindsAsToldOrFailsWithOneLine) {
        true},
       {"127.0.0.1", port, ANN, "secret-bob", false},
       {"127.0.0.1", port, ANN, "", false},
+      {"127.0.0.1", port, "", ANN_SECRET, false},
       {"127.0.0.1", port, "uid=nobody,ou=people,dc=example,dc=com", ANN_SECRET, false},
       {"127.0.0.1", port, "no DN", ANN_SECRET, false},
       {"127.0.0.1", freePort(), ANN, ANN_SECRET, false},
@@ -60,12 +61,14 @@ TEST_F(ConnectTest, UnknownAuthenticationTypeFailsBeforeTheServerIsAsked) {
 }
 
 // The server accepts an empty password for anybody.
-TEST_F(ConnectTest, RefusesAnEmptyPasswordWithoutAsking) {
+TEST_F(ConnectTest, RefusesAnEmptyNameOrPasswordWithoutAsking) {
   const int before = server->binds();
   Connection connection(Connection::GENERIC, Connection::SIMPLE);
   EXPECT_NE(0, connection.connect("127.0.0.1", server->port(), ANN, ""));
+  EXPECT_NE(0, connection.connect("127.0.0.1", server->port(), "", ANN_SECRET));
   EXPECT_EQ(0, connection.connect("127.0.0.1", server->port()));
   EXPECT_NE(0, connection.authenticate(ANN, ""));
+  EXPECT_NE(0, connection.authenticate("", ANN_SECRET));
   EXPECT_EQ(before, server->binds());
 }
 
@@ -80,7 +83,7 @@ TEST_F(ConnectTest, FirstBindDecidesWhereAnonymousAccessIsRefused) {
 }
 
 // With StartTLS and as LDAPS.
-TEST_F(ConnectTest, BindsOnlyWhenTheCertificateIsTrusted) {
+TEST_F(ConnectTest, BindsOnlyUnderNewTlsWithATrustedCertificate) {
   const struct {
     const char* variant;
     std::vector<const char*> caFiles;
@@ -91,6 +94,7 @@ TEST_F(ConnectTest, BindsOnlyWhenTheCertificateIsTrusted) {
       {"expired", {"tls/ca.pem"}, false},
       {"other-ca", {"tls/ca.pem"}, false},
       {"other-host", {"tls/ca.pem"}, false},
+      {"old-tls", {"tls/ca.pem"}, false},
   };
   for (const auto& row : table) {
     const Slapd secure({"--tls", "--tls-variant", row.variant});

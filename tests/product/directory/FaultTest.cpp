@@ -1,5 +1,7 @@
 // Servers that do not answer, or not to the end.
 #include <filesystem>
+#include <string_view>
+#include <thread>
 
 #include "DirectoryTest.h"
 #include "support/TcpProxy.h"
@@ -7,6 +9,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using namespace std::string_view_literals;
 using std::chrono::steady_clock;
 
 class FaultTest : public DirectoryTest {
@@ -32,6 +35,11 @@ class FaultTest : public DirectoryTest {
 constexpr auto SLACK = 2s;  // for a busy machine
 constexpr int BIND_ANSWER = 14;
 
+// An entry "o=x" whose attribute "uid" has a number for its values, and the end of the answer.
+constexpr std::string_view BROKEN_ENTRY =
+    "\x30\x16\x02\x01\x02\x64\x11\x04\x03o=x\x30\x0a\x30\x08\x04\x03uid\x02\x01\x05"
+    "\x30\x0c\x02\x01\x02\x65\x07\x0a\x01\x00\x04\x00\x04\x00"sv;
+
 TEST_F(FaultTest, EachCallEndsInTimeWithACodeAndKeepsNothing) {
   const struct {
     const char* name;
@@ -48,6 +56,7 @@ TEST_F(FaultTest, EachCallEndsInTimeWithACodeAndKeepsNothing) {
       {"garbage in a listing",
        {BIND_ANSWER + 5000, TcpProxy::STALLS, std::string(3000, '\xff')},
        true},
+      {"breaks an entry", {BIND_ANSWER, TcpProxy::STALLS, std::string(BROKEN_ENTRY)}, true},
       {"drips", {0, TcpProxy::GOES_ON, "", 100, 50ms}, true},
   };
   for (const auto& row : table) {
@@ -85,6 +94,19 @@ TEST_F(FaultTest, LookUpOfManyRequestsEndsInTime) {
   });
   EXPECT_LT(time, 1s + SLACK);
   EXPECT_EQ(0u, list.size());
+}
+
+// The next entry is always there already.
+TEST_F(FaultTest, SlowReaderEndsInTime) {
+  Session session(server->port());
+  const auto time = timeOf([&] {
+    EXPECT_NE(
+        0, session.visit(BASE, 2, "(objectClass=inetOrgPerson)", nullptr, [](VESK::BvLDAPEntry&) {
+          std::this_thread::sleep_for(20ms);
+          return true;
+        }));
+  });
+  EXPECT_LT(time, 1s + SLACK);
 }
 
 TEST_F(FaultTest, ConnectEndsInTime) {

@@ -1,5 +1,6 @@
 // Users and groups by search text, login name and address.
 #include "DirectoryTest.h"
+#include "ScriptedConnection.h"
 
 namespace {
 
@@ -29,6 +30,7 @@ TEST_F(LookupTest, SearchTextStandsForItselfButForTheWildcard) {
       {"\xED\xA1\x82\xED\xBE\xB7\u91CE*", {"yoshino"}, {}},
       {"*🚀", {"rosa"}, {}},
       {"営**部", {}, {"営業部"}},
+      {"sales\xC0\x80*", {"sales"}, {"sales"}},
       {"nobody", {}, {}},
   };
   Session session(server->port());
@@ -123,6 +125,24 @@ TEST_F(LookupTest, ResolvesLoginNames) {
   }
   for (const char* nobody : {"*", "berlin", "a*n", "nobody"}) {
     EXPECT_NE(0, UserDAO().isUserExist(&session, BASE, nobody)) << nobody;
+  }
+}
+
+// Upper and lower case beyond ASCII are the server's to compare; what is elsewhere is not asked
+// for.
+TEST_F(LookupTest, LoginDnLiesBelowTheBaseAsTheServerSees) {
+  const std::string login = "uid=ann,ou=münchen,dc=example,dc=com";
+  const struct {
+    const char* base;
+    bool asked;
+  } table[] = {{"ou=MÜNCHEN,dc=example,dc=com", true}, {"ou=berlin,dc=example,dc=com", false}};
+  for (const auto& row : table) {
+    SCOPED_TRACE(row.base);
+    ScriptedConnection directory({{{login}}});
+    std::string name;
+    EXPECT_EQ(0, UserDAO().loginName2UserName(&directory, row.base, login.c_str(), name, false));
+    EXPECT_THAT(directory.bases, testing::ElementsAre(row.base));
+    EXPECT_EQ(row.asked, directory.filters[0].find("(entryDN=" + login) != std::string::npos);
   }
 }
 
