@@ -13,41 +13,48 @@ constexpr std::size_t MAX_FILTER = 128 * 1024;
 
 constexpr const char* IN_CHAIN = ":1.2.840.113556.1.4.1941:";
 
+std::string keyOf(const std::string& dn) {
+  std::string key = comparableDn(dn);
+  return key.empty() ? dn : key;
+}
+
 }  // namespace
 
 int ParentWalk::fromUser(const std::string& name) {
-  const std::string named = item(script.userNameAttr, escapeValue(name));
-  const bool namesOnly =
-      script.parentStrategy == ParentStrategy::WALK && script.memberDnAttrs.empty();
-  const int code = namesOnly ? 0 : resolve(both(script.userFilter, named));
-  if (code != 0) return code;
+  const bool walks = script.parentStrategy == ParentStrategy::WALK;
+  if (walks && script.memberDnAttrs.empty()) {
+    startNames = {name};
+  } else if (const int code = resolve(script.userFilter, script.userNameAttr, name); code != 0) {
+    return code;
+  }
   Names items;
-  if (script.parentStrategy == ParentStrategy::WALK && (namesOnly || !frontier.empty())) {
-    for (const std::string& attribute : script.memberNameAttrs) {
-      items.push_back(item(attribute, escapeValue(name)));
-    }
+  for (const std::string& attribute : walks ? script.memberNameAttrs : Names{}) {
+    for (const std::string& own : startNames) items.push_back(item(attribute, escapeValue(own)));
   }
   return climb(items);
 }
 
 int ParentWalk::fromGroup(const std::string& name) {
-  const std::string named = item(script.groupNameAttr, escapeValue(name));
-  const int code = resolve(both(script.groupFilter, named));
+  const int code = resolve(script.groupFilter, script.groupNameAttr, name);
   return code == 0 ? climb({}) : code;
 }
 
 // Finds where the walk starts: every entry of that name.
-int ParentWalk::resolve(const std::string& filter) {
+int ParentWalk::resolve(const std::string& kind, const std::string& nameAttr,
+                        const std::string& name) {
   const bool memberOf = script.parentStrategy == ParentStrategy::MEMBER_OF;
-  const Names attributes = memberOf ? Names{script.memberOfAttr} : Names{};
-  return lookup.find(filter, attributes, [&](BvLDAPEntry& entry) {
+  Names attributes = {nameAttr};
+  if (memberOf) attributes.push_back(script.memberOfAttr);
+  const auto start = [&](BvLDAPEntry& entry) {
     remember(entry.dn());
     if (!memberOf) frontier.push_back(entry.dn());
+    for (std::string& one : allValues(entry, nameAttr)) startNames.push_back(std::move(one));
     for (std::string& group : allValues(entry, script.memberOfAttr)) {
       frontier.push_back(std::move(group));
     }
     return true;
-  });
+  };
+  return lookup.find(both(kind, item(nameAttr, escapeValue(name))), attributes, start);
 }
 
 // `memberItems` find parents on the first level only: they name users, and groups are members by
@@ -93,10 +100,11 @@ int ParentWalk::level(const std::string& anyItem, Names& next) {
 }
 
 // What a filter has to ask about one DN of the frontier.
-Names ParentWalk::itemsFor(const std::string& dn) const {
+Names ParentWalk::itemsFor(const std::string& dn) {
   const std::string value = escapeValue(dn);
   if (script.parentStrategy == ParentStrategy::MEMBER_OF) {
-    if (known.contains(comparableDn(dn))) return {};
+    const std::string key = keyOf(dn);
+    if (known.contains(key) || !asked.insert(key).second) return {};
     return {item(script.entryDnAttr, value)};
   }
   const bool chain = script.parentStrategy == ParentStrategy::IN_CHAIN;
@@ -109,9 +117,6 @@ Names ParentWalk::itemsFor(const std::string& dn) const {
   return items;
 }
 
-bool ParentWalk::remember(const std::string& dn) {
-  std::string key = comparableDn(dn);
-  return known.insert(key.empty() ? dn : std::move(key)).second;
-}
+bool ParentWalk::remember(const std::string& dn) { return known.insert(keyOf(dn)).second; }
 
 }  // namespace VESK::directory

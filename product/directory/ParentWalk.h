@@ -24,16 +24,18 @@ class ParentWalk {
   std::deque<GroupRecord>& parents() { return found; }
 
  private:
-  int resolve(const std::string& filter);
-  int climb(const Names& memberNames);
+  int resolve(const std::string& kind, const std::string& nameAttr, const std::string& name);
+  int climb(const Names& memberItems);
   int level(const std::string& anyItem, Names& next);
-  Names itemsFor(const std::string& dn) const;
+  Names itemsFor(const std::string& dn);
   bool remember(const std::string& dn);
 
   Lookup& lookup;
   const Script& script;
-  Names frontier;  // DNs whose parents are asked next; with memberOf, the parents themselves
+  Names frontier;    // DNs whose parents are asked next; with memberOf, the parents themselves
+  Names startNames;  // as the directory spells them
   std::unordered_set<std::string> known;
+  std::unordered_set<std::string> asked;  // with memberOf: not every group asked about is shown
   std::deque<GroupRecord> found;
 };
 

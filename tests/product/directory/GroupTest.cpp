@@ -1,5 +1,7 @@
 #include "DirectoryTest.h"
 
+#include "ScriptedConnection.h"
+
 namespace {
 
 using testing::UnorderedElementsAreArray;
@@ -14,6 +16,7 @@ struct Membership {
 
 const Membership MEMBERSHIPS[] = {
     {true, "ann", {"berlin", "germany", "europe", "world"}, 4, {"unix-users", "all-unix"}},
+    {true, "ANN", {"berlin", "germany", "europe", "world"}, 4, {"unix-users", "all-unix"}},
     {true, "ringo", {"ring-a", "ring-b", "ring-c"}, 3},
     {false, "ring-a", {"ring-b", "ring-c"}, 2},
     {true, "sales", {"night-shift"}, 1},
@@ -66,6 +69,23 @@ TEST_F(GroupTest, MemberOfFindsTheSame) {
   ASSERT_EQ(0, VESK::BvLDAPScript::init(
                    dir.write("ldapscript.conf", "parent_strategy = memberof\n").c_str()));
   for (const Membership& member : MEMBERSHIPS) expectParents(member, member.byDn);
+}
+
+// Groups that several share, one of them outside the base.
+TEST_F(GroupTest, MemberOfAsksAboutEachGroupOnce) {
+  const TempDir dir;
+  ASSERT_EQ(0, VESK::BvLDAPScript::init(
+                   dir.write("ldapscript.conf", "parent_strategy = memberof\n").c_str()));
+  ScriptedConnection directory({
+      {{"uid=ann", {"cn=a", "cn=b"}}},
+      {{"cn=a", {"cn=top", "cn=out"}}, {"cn=b", {"CN=out", "cn=top"}}},
+      {{"cn=top", {"cn=out", "cn=a"}}},
+  });
+  GroupList list;
+  EXPECT_EQ(0, GroupDAO().getAllParentGroupsByUserName(&directory, BASE, "ann", list));
+  EXPECT_THAT(namesOf(list), testing::ElementsAre("cn=a", "cn=b", "cn=top"));
+  ASSERT_EQ(3u, directory.filters.size());
+  EXPECT_THAT(directory.filters[2], testing::EndsWith("(|(entryDN=cn=top)(entryDN=cn=out)))"));
 }
 
 }  // namespace
