@@ -4,7 +4,8 @@ import java.util.ArrayList;
 
 /**
  * Directory services. Each method opens a connection of its own from its arguments, never from saved settings, does one
- * job and closes the connection. All of them may be called from several threads, after {@link JniInit#initializeJNI}.
+ * job and closes the connection; only {@link #getUserByMail} leaves it open in two cases, until the process ends. All
+ * of them may be called from several threads, after {@link JniInit#initializeJNI}.
  *
  * <p>Arguments that the methods share:
  *
@@ -16,7 +17,9 @@ import java.util.ArrayList;
  *   <dt>bindUser, bindPassword</dt><dd>the account to work with; both empty for an anonymous session. A name with an
  *       empty password gives 201
  *   <dt>baseDN</dt><dd>the entry below which to look
- *   <dt>resultList</dt><dd>receives the answer at its end; what it holds stays, and on a failure nothing is added
+ *   <dt>resultList</dt><dd>receives the answer at its end; what it holds stays, and with a code other than 0
+ *       nothing is added. A list whose {@code add} refuses gives 0 all the same and keeps the elements added before; so
+ *       it does when {@code add} throws, and the method throws the same
  * </dl>
  *
  * <p>Byte arrays hold UTF-8, are read up to the first zero byte and cut without notice at the number of bytes stated.
@@ -126,7 +129,7 @@ public final class LdapJNI {
     /**
      * Tells whether a user or group is a group or lies in it, directly or through other groups. Equal names are a yes
      * without asking the server; otherwise case does not count. A name that is both a group's and a user's is taken for
-     * the group.
+     * the group, and if that group lies in no group, for the user.
      *
      * @param vendor kind of server; its script says what users and groups are
      * @param authType how the bind account proves itself
@@ -171,7 +174,8 @@ public final class LdapJNI {
 
     /**
      * Names the user or group that owns a mail address. The attribute that holds addresses is {@code mail_attr} in
-     * {@code vesk.ini}, section LDAP, or {@code mail}.
+     * {@code vesk.ini}, section LDAP, or {@code mail}. When nobody owns the address (0, nothing added) and on 205, the
+     * connection stays open until the process ends.
      *
      * @param vendor kind of server; its script says what users and groups are
      * @param authType how the bind account proves itself
