@@ -2,7 +2,6 @@ package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import java.lang.reflect.Parameter;
-import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.Callable;
@@ -21,7 +20,7 @@ final class CallCommand implements Callable<Integer> {
     private boolean json;
 
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is the password")
-    private Path passwordFile;
+    private String passwordFile;
 
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;

@@ -2,7 +2,6 @@ package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import java.lang.reflect.Parameter;
-import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
@@ -34,7 +33,7 @@ final class Demo implements Callable<Integer> {
     private String user;
 
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is its password")
-    private Path passwordFile;
+    private String passwordFile;
 
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;

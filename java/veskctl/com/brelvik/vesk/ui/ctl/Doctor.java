@@ -117,8 +117,7 @@ final class Doctor implements Callable<Integer> {
     private InstallRoot settings() {
         try {
             InstallRoot root = InstallRoot.open();
-            good("settings", root.path().resolve("config/vesk.ini") + ", log level "
-                    + root.setting("log_level", "ui", root.setting("general", "log_level", "not set: DEBUG")));
+            good("settings", root.path().resolve("config/vesk.ini") + ", log level " + root.logLevel());
             return root;
         } catch (Refusal e) {
             bad(e.status(), "settings", e.getMessage(), e.next());
@@ -127,13 +126,10 @@ final class Doctor implements Callable<Integer> {
     }
 
     private void folders(InstallRoot root) {
-        Path log = root.log().toAbsolutePath();
-        Path folder = log.getParent();
-        if (Files.isDirectory(folder) && Files.isWritable(folder) && (!Files.exists(log) || Files.isWritable(log))) {
-            good("log", log.toString());
-        } else {
-            bad(Status.REFUSED, "log", log + " cannot be written", "make " + folder
-                    + " a folder that this account may write to");
+        try {
+            log(RawProcess.path(root.log()).toAbsolutePath());
+        } catch (Refusal e) {
+            bad(e.status(), "log", e.getMessage(), e.next());
         }
         for (LdapVendor vendor : LdapVendor.values()) {
             Path script = root.path().resolve("ldap/" + vendor.name().toLowerCase(Locale.ROOT) + "/ldapscript.conf");
@@ -143,6 +139,19 @@ final class Doctor implements Callable<Integer> {
                 bad(Status.REFUSED, "script", script + (Files.exists(script) ? " cannot be read" : " is missing"),
                         "put the vendor's script there; until then the generic one serves");
             }
+        }
+    }
+
+    // The library makes the file's folder when it is missing, but not the folder above.
+    private void log(Path log) {
+        Path folder = log.getParent();
+        Path made = folder == null || Files.exists(folder) ? folder : folder.getParent();
+        boolean isOpen = made != null && Files.isDirectory(made) && Files.isWritable(made);
+        if (isOpen && (!Files.exists(log) || Files.isRegularFile(log) && Files.isWritable(log))) {
+            good("log", log.toString());
+        } else {
+            bad(Status.REFUSED, "log", log + " cannot be written", "make it a file, in a folder, that this account may "
+                    + "write to");
         }
     }
 

@@ -1,6 +1,7 @@
 package com.brelvik.vesk.ui.ctl;
 
 import java.io.PrintWriter;
+import java.util.Arrays;
 import java.util.LinkedHashMap;
 import java.util.Map;
 import picocli.AutoComplete;
@@ -39,7 +40,7 @@ public final class Main {
     }
 
     @Command(name = "completion", header = "Print a completion script for bash: eval \"$(veskctl completion)\".")
-    int completion() {
+    int completion(@Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help") boolean asked) {
         Output.out().print(AutoComplete.bash("veskctl", commandLine()));
         return Status.DONE.number();
     }
@@ -57,28 +58,33 @@ public final class Main {
 
     private static int misused(ParameterException e, String[] args) {
         String command = e.getCommandLine().getCommandSpec().qualifiedName();
-        Output.error(command, e.getMessage(), "see " + command + " --help");
+        tell(Arrays.asList(args).contains("--json"), command, e.getMessage(), "see " + command + " --help");
         return Status.USAGE.number();
     }
 
     private static int refused(Exception e, CommandLine line, ParseResult parsed) {
         CommandSpec spec = line.getCommandSpec();
         String asked = spec.userObject() instanceof PeerCommand command ? command.asked() : spec.qualifiedName();
+        OptionSpec option = spec.findOption("--json");
+        boolean json = option != null && Boolean.TRUE.equals(option.getValue());
         if (!(e instanceof Refusal refusal)) {
             e.printStackTrace(Output.err());
-            Output.error(asked, "an error in veskctl: " + e, "report it, with the lines above");
+            tell(json, asked, "an error in veskctl: " + e, "report it, with the stack trace");
             return Status.FAILED.number();
         }
-        OptionSpec json = spec.findOption("--json");
-        if (json != null && Boolean.TRUE.equals(json.getValue())) {
-            Map<String, String> told = new LinkedHashMap<>();
-            told.put("asked", asked);
-            told.put("happened", refusal.getMessage());
-            told.put("next", refusal.next());
-            Output.out().println(Json.of(Map.of("error", told)));
-        } else {
-            Output.error(asked, refusal.getMessage(), refusal.next());
-        }
+        tell(json, asked, refusal.getMessage(), refusal.next());
         return refusal.status().number();
+    }
+
+    private static void tell(boolean json, String asked, String happened, String next) {
+        if (!json) {
+            Output.error(asked, happened, next);
+            return;
+        }
+        Map<String, String> told = new LinkedHashMap<>();
+        told.put("asked", asked);
+        told.put("happened", happened);
+        told.put("next", next);
+        Output.out().println(Json.of(Map.of("error", told)));
     }
 }

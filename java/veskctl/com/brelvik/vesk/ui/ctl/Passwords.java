@@ -16,9 +16,9 @@ final class Passwords {
      * @param file the file whose first line is the password; null to ask the variable and then the user
      * @throws Refusal when there is nobody to ask
      */
-    static String read(Path file, String prompt) {
+    static String read(String file, String prompt) {
         if (file != null) {
-            return firstLine(file);
+            return firstLine(RawProcess.path(file));
         }
         String variable = RawProcess.variable(VARIABLE);
         if (variable != null) {

@@ -3,7 +3,6 @@ package com.brelvik.vesk.ui.ctl;
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import java.lang.reflect.Parameter;
-import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -12,7 +11,6 @@ import java.util.Map;
 import java.util.TreeMap;
 import java.util.concurrent.Callable;
 import java.util.stream.Collectors;
-import picocli.CommandLine.Help.Visibility;
 import picocli.CommandLine.Model.ArgSpec;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Model.OptionSpec;
@@ -88,7 +86,7 @@ final class PeerCommand implements Callable<Integer> {
         if (user != null && user.<String>getValue().isEmpty()) {
             return "";
         }
-        Path file = spec.findOption("--password-file").getValue();
+        String file = spec.findOption("--password-file").getValue();
         return Passwords.read(file, arg.help());
     }
 
@@ -112,7 +110,7 @@ final class PeerCommand implements Callable<Integer> {
             case POSITION -> spec.addPositional(PositionalParamSpec.builder().index(Integer.toString(positions++))
                     .arity("1").required(true).type(String.class).paramLabel(arg.name()).description(arg.help())
                     .build());
-            case SECRET -> spec.addOption(OptionSpec.builder("--password-file").type(Path.class).paramLabel("FILE")
+            case SECRET -> spec.addOption(OptionSpec.builder("--password-file").type(String.class).paramLabel("FILE")
                     .description(arg.help() + ": first line of this file; else the variable " + Passwords.VARIABLE
                             + ", else a prompt").build());
         }
@@ -127,15 +125,15 @@ final class PeerCommand implements Callable<Integer> {
         String variable = ("VESK_" + command.group() + "_" + arg.name()).replace('-', '_').toUpperCase(Locale.ROOT);
         String preset = RawProcess.variable(variable) == null ? arg.fallback() : RawProcess.variable(variable);
         List<String> words = Values.words(arg).toList();
-        option.type(String.class).paramLabel(words.isEmpty() ? "X" : "WORD").completionCandidates(words)
-                .description(arg.help() + (words.isEmpty() ? "" : ": " + String.join(", ", words)) + " ($"
-                        + variable + ")");
+        String help = arg.help() + (words.isEmpty() ? "" : ": " + String.join(", ", words)) + " ($" + variable + ")";
+        option.type(String.class).paramLabel(words.isEmpty() ? "X" : "WORD").completionCandidates(words);
         if (preset.equals(Arg.REQUIRED)) {
-            option.required(true);
-        } else {
-            option.defaultValue(preset).showDefaultValue(preset.isEmpty() ? Visibility.NEVER : Visibility.ALWAYS);
+            return option.required(true).description(help).build();
         }
-        return option.build();
+        // In a help text @| begins markup, in a value from a variable it does not.
+        String shown = "  Default: " + Output.shown(preset).replace("@|", "\\u0040|");
+        return option.defaultValue(preset).description(preset.isEmpty() ? new String[] {help}
+                : new String[] {help, shown}).build();
     }
 
     private String[] footer() {

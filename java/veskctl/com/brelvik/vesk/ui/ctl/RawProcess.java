@@ -3,6 +3,7 @@ package com.brelvik.vesk.ui.ctl;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
+import java.nio.file.InvalidPathException;
 import java.nio.file.Path;
 import java.util.Arrays;
 
@@ -28,6 +29,16 @@ final class RawProcess {
         }
         return Arrays.stream(texts("environ")).filter(entry -> entry.startsWith(name + "="))
                 .map(entry -> entry.substring(name.length() + 1)).findFirst().orElse(System.getenv(name));
+    }
+
+    /** @throws Refusal when the VM cannot name the file in this locale */
+    static Path path(String text) {
+        try {
+            return Path.of(text);
+        } catch (InvalidPathException e) {
+            throw new Refusal(Status.REFUSED, "the VM cannot name " + text + " in this locale",
+                    "run in a UTF-8 locale, e.g. LC_ALL=C.UTF-8");
+        }
     }
 
     private static boolean isUtf8() {

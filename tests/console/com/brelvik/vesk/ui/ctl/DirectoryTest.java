@@ -111,6 +111,9 @@ class DirectoryTest {
         run = ctl.with("VESK_PASSWORD", null).run("directory", "account", "ann", "--json");
         assertEquals(3, run.status());
         assertTrue(run.out().startsWith("{\"error\":{\"asked\":\"veskctl directory account "), run.out());
+        run = ctl.run("directory", "account", "--json");
+        assertEquals(2, run.status());
+        assertTrue(run.out().startsWith("{\"error\":{\"asked\":\"veskctl directory account\""), run.out());
     }
 
     @Test
@@ -122,6 +125,8 @@ class DirectoryTest {
         run = ctl.run("directory", "account", "\u001b[31mann\n");
         assertTrue(run.err().contains("\\u001b[31mann\\u000a"), run.err());
         assertFalse(run.err().contains("\u001b"));
+        run = ctl.with("VESK_DIRECTORY_HOST", "\u001b@|red x|@%n").run("directory", "account", "--help");
+        assertTrue(run.out().contains("Default: \\u001b\\u0040|red x|@%n\n"), run.out());
     }
 
     @Test

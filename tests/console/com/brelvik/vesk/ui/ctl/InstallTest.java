@@ -100,6 +100,34 @@ class InstallTest {
         assertRefused("VESK_HOME is not set");
     }
 
+    @Test
+    void settingsAreRefusedWhenTheLibraryWouldAndOnlyThen() throws Exception {
+        Path settings = root.resolve("config/vesk.ini");
+        String name = "é".repeat(25);
+        for (String text : List.of("\u3000", "\u001c", "[log\0]", "[" + name + "]\nkey=1")) {
+            Files.writeString(settings, text);
+            assertEquals(3, ctl.run("call", "JniInit.initializeJNI").status(), text);
+        }
+        Files.writeString(settings, "#".repeat((16 << 20) + 1));
+        assertRefused(settings + " is larger than 16 MiB");
+        Files.writeString(settings, "\ufeff\u000b[" + name + "]\r\n[log]\nfile=elsewhere/old\nfile : new/ä.log\n"
+                + "[log_level]\nui =\n[general]\nlog_level=detailed\n");
+        String found = ctl.run("doctor").out();
+        for (String part : List.of("level DETAIL\n", "ok       log        " + root + "/new/ä.log", "answered 0")) {
+            assertTrue(found.contains(part), found);
+        }
+        assertTrue(Files.exists(root.resolve("new/ä.log")));
+    }
+
+    @Test
+    void filesThatTheLocaleCannotNameAreRefused() throws Exception {
+        ctl.with("LC_ALL", "C").with("VESK_HOME", "/nonexistent/é");
+        assertRefused("the VM cannot name /nonexistent/é");
+        Ctl.Run run = ctl.run("directory", "check-base", "--base-dn=dc=x", "--bind-user=x", "--password-file=/é");
+        assertEquals(3, run.status());
+        assertTrue(run.err().contains("run in a UTF-8 locale"), run.err());
+    }
+
     // The library would end the process with status 0.
     private void assertRefused(String why) throws Exception {
         assertTrue(ctl.run("doctor").out().contains(why));
