@@ -57,7 +57,9 @@ bool requireNewTls(LDAP* handle) {
   if (ldap_set_option(handle, LDAP_OPT_X_TLS_PROTOCOL_MIN, &least) != LDAP_OPT_SUCCESS) {
     return false;
   }
-  return tlsPackage() != "GnuTLS" ||
+  const std::string package = tlsPackage();
+  if (package.empty()) return false;
+  return package != "GnuTLS" ||
          ldap_set_option(handle, LDAP_OPT_X_TLS_CIPHER_SUITE, NEW_ONLY) == LDAP_OPT_SUCCESS;
 }
 
