@@ -1,6 +1,5 @@
 // The directory library against libldap in plain C and against ldapsearch, on one server.
 #include <fcntl.h>
-#include <product/directory.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +13,7 @@
 #include "Compare.h"
 #include "Proxy.h"
 #include "floor.h"
+#include "product/directory.h"
 
 namespace {
 

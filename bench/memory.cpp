@@ -2,7 +2,6 @@
 // of entries takes.
 #include <ldap.h>
 #include <malloc.h>
-#include <product/directory.h>
 
 #include <atomic>
 #include <cstdio>
@@ -12,6 +11,7 @@
 
 #include "Compare.h"
 #include "floor.h"
+#include "product/directory.h"
 
 // The program's own allocator in front of the C library's: it knows the peak, which the C library
 // does not tell.

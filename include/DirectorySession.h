@@ -4,10 +4,10 @@
 
 #include <jni.h>
 
-#include <product/directory.h>
 #include <memory>
 
 #include "JniCommon.h"
+#include "product/directory.h"
 
 // The connection parameters as the console passes them on every call; nothing comes from the saved
 // settings, so that an administrator can test what is not saved yet. No string may be null. Vendor

@@ -2,7 +2,7 @@
 #ifndef VESK_JNI_INIT_H
 #define VESK_JNI_INIT_H
 
-#include <product/update.h>
+#include "product/update.h"
 
 // The process's update engine; initialised at most once.
 extern BvUpdateInit tui;

@@ -2,13 +2,13 @@
 
 #include <unistd.h>
 
-#include <product/log.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "JniCommon.h"
+#include "product/log.h"
 
 namespace {
 

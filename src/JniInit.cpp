@@ -2,8 +2,6 @@
 
 #include <strings.h>
 
-#include <product/log.h>
-#include <product/settings.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +10,8 @@
 #include "JniCommon.h"
 #include "Settings.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_JniInit.h"
+#include "product/log.h"
+#include "product/settings.h"
 
 BvUpdateInit tui;
 

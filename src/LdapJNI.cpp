@@ -1,8 +1,6 @@
 #include <gssapi/gssapi.h>
 #include <strings.h>
 
-#include <product/directory.h>
-#include <product/log.h>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -13,6 +11,8 @@
 #include "JniCommon.h"
 #include "Settings.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_LdapJNI.h"
+#include "product/directory.h"
+#include "product/log.h"
 
 // The name type of Kerberos services, taken when the library is loaded. Nothing here reads it: the
 // connection class does the GSS-API work itself.

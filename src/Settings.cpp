@@ -1,6 +1,6 @@
 #include "Settings.h"
 
-#include <product/settings.h>
+#include "product/settings.h"
 
 VESK::GlobalSetting* loadedSettings() {
   return VESK::GlobalSettingOnMem::Instance(nullptr, true, nullptr, nullptr, nullptr, nullptr,

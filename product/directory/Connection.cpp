@@ -1,9 +1,9 @@
-#include <product/directory.h>
-#include <product/log.h>
+#include "product/directory.h"
 
 #include <utility>
 
 #include "Session.h"
+#include "product/log.h"
 
 namespace VESK {
 

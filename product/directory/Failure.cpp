@@ -1,9 +1,9 @@
 #include "Failure.h"
 
-#include <product/directory.h>
-#include <product/log.h>
-
 #include <cstring>
+
+#include "product/directory.h"
+#include "product/log.h"
 
 namespace VESK::directory {
 

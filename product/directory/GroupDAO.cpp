@@ -1,4 +1,4 @@
-#include <product/directory.h>
+#include "product/directory.h"
 
 #include <utility>
 

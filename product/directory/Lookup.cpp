@@ -1,13 +1,13 @@
 #include "Lookup.h"
 
 #include <ldap.h>
-#include <product/log.h>
 #include <strings.h>
 
 #include <algorithm>
 
 #include "Filter.h"
 #include "Text.h"
+#include "product/log.h"
 
 namespace VESK::directory {
 

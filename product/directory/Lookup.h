@@ -3,7 +3,7 @@
 #ifndef VESK_DIRECTORY_LOOKUP_H
 #define VESK_DIRECTORY_LOOKUP_H
 
-#include <product/directory.h>
+#include "product/directory.h"
 
 #include <deque>
 #include <iterator>

@@ -1,9 +1,9 @@
 #include "Options.h"
 
-#include <product/log.h>
-#include <product/settings.h>
-
 #include <charconv>
+
+#include "product/log.h"
+#include "product/settings.h"
 
 namespace VESK::directory {
 

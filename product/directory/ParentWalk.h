@@ -2,7 +2,7 @@
 #ifndef VESK_DIRECTORY_PARENT_WALK_H
 #define VESK_DIRECTORY_PARENT_WALK_H
 
-#include <product/directory.h>
+#include "product/directory.h"
 
 #include <deque>
 #include <string>

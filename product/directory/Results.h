@@ -3,9 +3,10 @@
 #define VESK_DIRECTORY_RESULTS_H
 
 #include <ldap.h>
-#include <product/directory.h>
 
 #include <optional>
+
+#include "product/directory.h"
 
 namespace VESK::directory {
 

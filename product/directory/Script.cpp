@@ -1,7 +1,5 @@
 #include "Script.h"
 
-#include <product/directory.h>
-#include <product/log.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -16,6 +14,8 @@
 #include <utility>
 
 #include "Filter.h"
+#include "product/directory.h"
+#include "product/log.h"
 
 namespace VESK::directory {
 

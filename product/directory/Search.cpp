@@ -1,6 +1,4 @@
 // The requests of a session that read entries.
-#include <product/log.h>
-
 #include <utility>
 
 #include "Failure.h"
@@ -8,6 +6,7 @@
 #include "Script.h"
 #include "Session.h"
 #include "Text.h"
+#include "product/log.h"
 
 namespace VESK {
 

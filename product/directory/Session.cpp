@@ -1,13 +1,13 @@
 #include "Session.h"
 
 #include <openldap.h>
-#include <product/log.h>
 
 #include <mutex>
 #include <utility>
 
 #include "Failure.h"
 #include "Text.h"
+#include "product/log.h"
 
 namespace VESK {
 

@@ -3,7 +3,6 @@
 #define VESK_DIRECTORY_SESSION_H
 
 #include <ldap.h>
-#include <product/directory.h>
 
 #include <memory>
 #include <string>
@@ -11,6 +10,7 @@
 #include "Options.h"
 #include "TimeBudget.h"
 #include "Transport.h"
+#include "product/directory.h"
 
 namespace VESK {
 

@@ -1,5 +1,4 @@
-#include <product/directory.h>
-#include <product/log.h>
+#include "product/directory.h"
 
 #include <algorithm>
 #include <utility>
@@ -7,6 +6,7 @@
 #include "Filter.h"
 #include "Lookup.h"
 #include "Text.h"
+#include "product/log.h"
 
 using namespace VESK::directory;
 

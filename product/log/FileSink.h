@@ -2,7 +2,6 @@
 #ifndef VESK_LOG_FILE_SINK_H
 #define VESK_LOG_FILE_SINK_H
 
-#include <product/log.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <sys/types.h>
 
@@ -11,6 +10,8 @@
 #include <memory>
 #include <mutex>
 #include <string>
+
+#include "product/log.h"
 
 namespace VESK::logging {
 

@@ -1,5 +1,4 @@
-#include <product/log.h>
-#include <product/settings.h>
+#include "product/log.h"
 
 #include <atomic>
 #include <cerrno>
@@ -13,6 +12,7 @@
 
 #include "FileSink.h"
 #include "Line.h"
+#include "product/settings.h"
 
 namespace VESK {
 namespace {

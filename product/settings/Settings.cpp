@@ -1,5 +1,4 @@
-#include <product/log.h>
-#include <product/settings.h>
+#include "product/settings.h"
 
 #include <array>
 #include <atomic>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "IniFile.h"
+#include "product/log.h"
 
 namespace VESK {
 namespace {

@@ -1,5 +1,4 @@
-#include <product/log.h>
-#include <product/update.h>
+#include "product/update.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,6 +7,8 @@
 #include <cerrno>
 #include <string>
 #include <system_error>
+
+#include "product/log.h"
 
 namespace {
 

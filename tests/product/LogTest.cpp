@@ -1,6 +1,4 @@
 #include <gmock/gmock.h>
-#include <product/log.h>
-#include <product/settings.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -12,6 +10,8 @@
 #include <thread>
 
 #include "ChildTest.h"
+#include "product/log.h"
+#include "product/settings.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
-#include <product/settings.h>
 
 #include <atomic>
 #include <thread>
 
 #include "ChildTest.h"
+#include "product/settings.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
-#include <product/update.h>
 #include <sys/stat.h>
 
 #include "ChildTest.h"
+#include "product/update.h"
 
 namespace {
 

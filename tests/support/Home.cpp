@@ -1,7 +1,7 @@
 #include "support/Home.h"
 
-#include <product/log.h>
-#include <product/settings.h>
+#include "product/log.h"
+#include "product/settings.h"
 
 using VESK::GlobalSettingOnMem;
 using VESK::LogMsgBvCLM;

@@ -1,6 +1,6 @@
 // Double of the directory library. A connection that is deleted while it is up says so in the
 // journal.
-#include <product/directory.h>
+#include "product/directory.h"
 
 #include <utility>
 

@@ -1,12 +1,12 @@
 // The journal, and doubles of the log, the settings store and the update engine.
-#include <product/log.h>
-#include <product/settings.h>
-#include <product/update.h>
 
 #include <cstdarg>
 #include <cstdio>
 
 #include "doubles/Product.h"
+#include "product/log.h"
+#include "product/settings.h"
+#include "product/update.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #ifndef VESK_TESTS_BRIDGE_PRODUCT_H
 #define VESK_TESTS_BRIDGE_PRODUCT_H
 
-#include <product/directory.h>
+#include "product/directory.h"
 
 #include <cstdint>
 #include <map>

@@ -4,13 +4,13 @@
 #define VESK_TESTS_PRODUCT_DIRECTORY_TEST_H
 
 #include <gmock/gmock.h>
-#include <product/directory.h>
 
 #include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "product/directory.h"
 #include "support/Home.h"
 #include "support/Slapd.h"
 

@@ -2,7 +2,7 @@
 #ifndef VESK_TESTS_PRODUCT_SCRIPTED_CONNECTION_H
 #define VESK_TESTS_PRODUCT_SCRIPTED_CONNECTION_H
 
-#include <product/directory.h>
+#include "product/directory.h"
 
 #include <string>
 #include <utility>

@@ -16,14 +16,14 @@ public enum ResultCode implements Coded {
             "the process is out of memory", "restart the console and watch its memory"),
     CONNECT_FAILED(201, Kind.FAILED, "connecting to the directory server, or the bind that belongs to it, failed",
             "wrong host or port, nothing listens there, a firewall, TLS refused or its certificate not trusted, "
-                    + "wrong bind account or password, an empty password, unknown authentication type",
+                    + "wrong bind account or password, an empty account name or password, unknown authentication type",
             "read the log: its last line names the step (resolve, connect, TLS, bind) and the reason"),
     ACCOUNT_NOT_FOUND(202, Kind.NO, "no such account, or its login name could not be resolved",
             "a misspelt login name, the account lies outside the base DN, the wrong vendor",
             "search for a part of the name; check base DN and vendor"),
     BIND_REFUSED(203, Kind.NO, "the server refused this account and password",
             "a wrong or expired password, a locked account, a name that the server does not take as a login, "
-                    + "an empty password",
+                    + "an empty account name or password",
             "try the account's full DN; look at the server's log for the reason"),
     NOT_A_MEMBER(204, Kind.NO, "not a member of the group, or its groups could not be read",
             "the member is in none of the groups inside the group, a misspelt name, groups that the bind account "

@@ -14,8 +14,8 @@ import java.util.ArrayList;
  *   <dt>authType</dt><dd>an {@link com.brelvik.vesk.ui.modelobjects.AuthType}; an unknown value gives 201
  *   <dt>host</dt><dd>name, IPv4 address, or IPv6 address with or without brackets
  *   <dt>port</dt><dd>1 to 65535
- *   <dt>bindUser, bindPassword</dt><dd>the account to work with; both empty for an anonymous session. A name with an
- *       empty password gives 201
+ *   <dt>bindUser, bindPassword</dt><dd>the account to work with; both empty for an anonymous session. One of them
+ *       empty gives 201
  *   <dt>baseDN</dt><dd>the entry below which to look
  *   <dt>resultList</dt><dd>receives the answer at its end; what it holds stays, and with a code other than 0
  *       nothing is added. A list whose {@code add} refuses gives 0 all the same and keeps the elements added before; so
