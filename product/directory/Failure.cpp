@@ -67,7 +67,7 @@ std::string diagnosticOf(LDAP* handle) {
   char* text = nullptr;
   if (handle == nullptr) return {};
   if (ldap_get_option(handle, LDAP_OPT_DIAGNOSTIC_MESSAGE, &text) != LDAP_OPT_SUCCESS) return {};
-  const std::string copy = text == nullptr ? "" : text;
+  std::string copy = text == nullptr ? "" : text;
   ldap_memfree(text);
   return copy;
 }
