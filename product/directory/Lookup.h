@@ -3,8 +3,6 @@
 #ifndef VESK_DIRECTORY_LOOKUP_H
 #define VESK_DIRECTORY_LOOKUP_H
 
-#include "product/directory.h"
-
 #include <deque>
 #include <iterator>
 #include <string>
@@ -13,6 +11,7 @@
 #include "Options.h"
 #include "Script.h"
 #include "TimeBudget.h"
+#include "product/directory.h"
 
 namespace VESK::directory {
 

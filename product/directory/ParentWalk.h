@@ -2,13 +2,12 @@
 #ifndef VESK_DIRECTORY_PARENT_WALK_H
 #define VESK_DIRECTORY_PARENT_WALK_H
 
-#include "product/directory.h"
-
 #include <deque>
 #include <string>
 #include <unordered_set>
 
 #include "Lookup.h"
+#include "product/directory.h"
 
 namespace VESK::directory {
 

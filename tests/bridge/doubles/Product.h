@@ -2,12 +2,12 @@
 #ifndef VESK_TESTS_BRIDGE_PRODUCT_H
 #define VESK_TESTS_BRIDGE_PRODUCT_H
 
-#include "product/directory.h"
-
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "product/directory.h"
 
 struct Product {
   std::vector<std::string> calls;      // one line a call, in order; commands are among them

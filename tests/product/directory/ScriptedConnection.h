@@ -2,11 +2,11 @@
 #ifndef VESK_TESTS_PRODUCT_SCRIPTED_CONNECTION_H
 #define VESK_TESTS_PRODUCT_SCRIPTED_CONNECTION_H
 
-#include "product/directory.h"
-
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "product/directory.h"
 
 class ScriptedConnection : public VESK::BvLDAPConnection {
  public:
