@@ -150,6 +150,12 @@ class BvLDAPScript {
   static int init(const char* path);
 };
 
+// The service principal ("HTTP/gate.example.com@EXAMPLE.COM") that a keytab file holds, cut at
+// bufferSize - 1 bytes. When there are several, the newest entry counts. False, with a line in the
+// log, when the file is missing, unreadable, damaged, or has no service principal; `buffer` is then
+// the empty text.
+bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize);
+
 }  // namespace VESK
 
 // Lists are deques: a vector that grows holds everything twice for a moment.
