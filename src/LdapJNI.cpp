@@ -1,7 +1,12 @@
 #include <gssapi/gssapi.h>
 #include <strings.h>
 
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <utility>
@@ -13,6 +18,7 @@
 #include "com_brelvik_vesk_ui_modelobjects_jni_LdapJNI.h"
 #include "product/directory.h"
 #include "product/log.h"
+#include "product/notify.h"
 
 // The name type of Kerberos services, taken when the library is loaded. Nothing here reads it: the
 // connection class does the GSS-API work itself.
@@ -111,6 +117,40 @@ jint findGroup(GroupList& list, const char* group) {
   }
   return result::notAMember;
 }
+
+// Outside the common scheme: nobody can be told.
+constexpr jint noAdministrator = -1;
+
+struct SyncFailText {
+  std::string subject;
+  std::string body;
+};
+
+// In the administrator's language, as the environment of the process names it.
+SyncFailText syncFailText() {
+  const char* locale = std::setlocale(LC_CTYPE, "");
+  std::string language = locale == nullptr ? "" : locale;
+  language.resize(std::min(language.find('.'), language.size()));
+  VESK::BvResbundle bundle;
+  bundle._init(VESK::BvResbundle::GetResourceFileName(), "LDAPCacheServer",
+               locale == nullptr ? nullptr : language.c_str());
+  return {bundle.getString("SYNC_FAIL_NOTIFY_TITLE", "LDAP Cache Server Synchronization Failed"),
+          bundle.getString("SYNC_FAIL_NOTIFY_CONTENT",
+                           "Schedule synchronization for LDAP Cache Server failed, please check "
+                           "your LDAP settings and connections.")};
+}
+
+// Two failures within one second give the same names.
+struct SyncFailFiles {
+  char control[128] = {};
+  char data[128] = {};
+
+  SyncFailFiles() {
+    const int now = static_cast<int>(std::time(nullptr));
+    std::snprintf(control, sizeof control, "ldapcachesync_%d.AF", now);
+    std::snprintf(data, sizeof data, "ldapcachesync_%d.DF", now);
+  }
+};
 
 }  // namespace
 
@@ -282,4 +322,32 @@ VESK_JNI(jint, LdapJNI, checkBaseDN)
   if (exists) session->freeEntry(entry);
   session.close();
   return exists ? result::success : result::baseNotFound;
+}
+
+// A mail that could not be written is only logged.
+VESK_JNI(jint, LdapJNI, notifyLdapCacheSyncFail)(JNIEnv*, jobject) {
+  VESK::GlobalSetting* settings = loadedSettings();
+  const char* section = "General-Notification";
+  std::string administrator = settingText(settings, section, "Administrator");
+  if (administrator.empty()) {
+    Log::LogByLevel(1, "Fail to retrieve administrator info for LdapCacheSync notification");
+    return noAdministrator;
+  }
+  std::vector<std::string> recipients;
+  checkToAddress(administrator, recipients);
+  const std::string sender = settingText(settings, section, "MailFrom");
+  const std::string charset = settingText(settings, section, "PreferredCharset", "us-ascii");
+  const std::string queue = settingText(settings, "general", "queue_notify", "/tmp/queue/notify");
+  const SyncFailFiles files;
+  const char* home = std::getenv("VESK_HOME");
+  const SyncFailText text = syncFailText();
+  const int failed = NotifyMailCompose(home, queue.c_str(), files.control, files.data,
+                                       charset.c_str(), sender.c_str(), sender.c_str(), recipients,
+                                       text.subject.c_str(), text.body.c_str());
+  Log::LogByLevel(4, "Notify ldap cache sync fail with %s %s %s %s %s %s %s\n", home, queue.c_str(),
+                  files.control, files.data, charset.c_str(), sender.c_str(), sender.c_str());
+  if (failed != 0) {
+    Log::LogByLevel(1, "[ERROR]Could not construct the notification mail. (%d)", failed);
+  }
+  return result::success;
 }

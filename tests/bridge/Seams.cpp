@@ -20,6 +20,7 @@ int __real_pclose(std::FILE* stream);
 int __real_system(const char* command);
 void* __real_malloc(std::size_t size);
 void __real_free(void* block);
+std::time_t __real_time(std::time_t* out);
 
 std::FILE* __wrap_popen(const char* command, const char* mode) {
   ask("popen %s %s", mode, command);
@@ -50,6 +51,17 @@ void* __wrap_malloc(std::size_t size) {
 void __wrap_free(void* block) {
   if (block == lastBlock) seams.heapBlock = 0;
   __real_free(block);
+}
+
+char* __wrap_setlocale(int category, const char* locale) {
+  ask("setlocale %d '%s'", category, locale);
+  return const_cast<char*>(seams.locale);
+}
+
+std::time_t __wrap_time(std::time_t* out) {
+  if (seams.now == 0) return __real_time(out);
+  ask("time");
+  return seams.now;
 }
 
 }  // extern "C"

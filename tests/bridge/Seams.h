@@ -3,6 +3,7 @@
 #define VESK_TESTS_BRIDGE_SEAMS_H
 
 #include <cstddef>
+#include <ctime>
 #include <string>
 
 struct Seams {
@@ -16,6 +17,9 @@ struct Seams {
   bool mallocFails = false;
   std::size_t heapBlock = 0;  // size of the last block, 0 once it is freed
   bool nothrowNewFails = false;
+
+  const char* locale = nullptr;  // what setlocale answers
+  std::time_t now = 0;           // 0: the real time
 };
 
 extern Seams seams;

@@ -2,6 +2,7 @@
 // journal.
 #include "product/directory.h"
 
+#include <cstdio>
 #include <utility>
 
 #include "doubles/Product.h"
@@ -102,6 +103,12 @@ int BvLDAPConnection::visit(const char*, int, const char*, const char**,
 
 void BvLDAPScript::destroy() { ask("script destroy"); }
 int BvLDAPScript::init(const char* path) { return ask("script init %s", path); }
+
+bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize) {
+  ask("keytab %s %d", keytabPath, bufferSize);
+  std::snprintf(buffer, static_cast<std::size_t>(bufferSize), "%s", product.name.c_str());
+  return !product.name.empty();
+}
 
 }  // namespace VESK
 

@@ -15,6 +15,9 @@ public @interface ConsoleCommand {
 
     String help();
 
-    /** Every code that the method can answer with. */
+    /** Every code of {@link com.brelvik.vesk.ui.modelobjects.ResultCode} that the method can answer with. */
     int[] codes();
+
+    /** The codes that are this method's own. */
+    OwnCode[] own() default {};
 }

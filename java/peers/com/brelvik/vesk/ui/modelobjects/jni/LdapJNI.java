@@ -1,11 +1,13 @@
 package com.brelvik.vesk.ui.modelobjects.jni;
 
+import com.brelvik.vesk.ui.modelobjects.ResultCode;
 import java.util.ArrayList;
 
 /**
- * Directory services. Each method opens a connection of its own from its arguments, never from saved settings, does one
- * job and closes the connection; only {@link #getUserByMail} leaves it open in two cases, until the process ends. All
- * of them may be called from several threads, after {@link JniInit#initializeJNI}.
+ * Directory services. Each method but {@link #notifyLdapCacheSyncFail} opens a connection of its own from its
+ * arguments, never from saved settings, does one job and closes the connection; only {@link #getUserByMail} leaves it
+ * open in two cases, until the process ends. All of them may be called from several threads, after
+ * {@link JniInit#initializeJNI}.
  *
  * <p>Arguments that the methods share:
  *
@@ -214,4 +216,20 @@ public final class LdapJNI {
     public native int checkBaseDN(@Directory.Vendor int vendor, @Directory.Auth int authType,
             @Directory.Host String host, @Directory.Port int port, @Directory.BindUser String bindUser,
             @Directory.BindPassword String bindPassword, @Directory.BaseDN String baseDN);
+
+    /**
+     * Queues a mail that tells the administrator of a failed synchronisation of the directory cache, in the language of
+     * the process's locale. Recipients, sender, character set and queue folder come from {@code vesk.ini}: sections
+     * {@code General-Notification} ({@code Administrator}, {@code MailFrom}, {@code PreferredCharset}) and
+     * {@code general} ({@code queue_notify}). A second call within the same second queues no second mail.
+     *
+     * @return 0 done, also when the mail could not be written, which only the log tells; -1 no administrator address is
+     *     set
+     */
+    @ConsoleCommand(group = "directory", name = "notify-sync-failure",
+            help = "Queue the mail about a failed cache synchronisation.", codes = 0,
+            own = @OwnCode(code = -1, name = "NO_ADMINISTRATOR", kind = ResultCode.Kind.REFUSED,
+                    meaning = "no administrator address is set, so nobody can be told",
+                    cures = "set Administrator in section General-Notification of vesk.ini"))
+    public native int notifyLdapCacheSyncFail();
 }

@@ -1,0 +1,31 @@
+#include "JniCommon.h"
+#include "ModifiedUtf8.h"
+#include "com_brelvik_vesk_ui_modelobjects_jni_KerberosJNI.h"
+#include "product/directory.h"
+
+// Resolves the list class itself, so that it works before initializeJNI has.
+VESK_JNI(jint, KerberosJNI, getSpnFromKeytab)
+(JNIEnv* env, jobject, jstring keytabPath, jobject resultList) {
+  if (keytabPath == nullptr) return result::nullArgument;
+  char principal[1024] = {};
+  // Never released, on purpose.
+  const char* path = env->GetStringUTFChars(keytabPath, nullptr);
+  // A keytab without a service principal is an answer, and an empty one.
+  if (!VESK::get_spn_from_keytab(path, principal, sizeof principal)) return result::success;
+  jclass local = env->FindClass("java/util/ArrayList");
+  if (local == nullptr) return result::classNotFound;
+  // Never deleted, on purpose.
+  auto* list = static_cast<jclass>(env->NewGlobalRef(local));
+  env->DeleteLocalRef(local);
+  if (list == nullptr) return result::globalRefNotMade;
+  jmethodID add = env->GetMethodID(list, "add", "(Ljava/lang/Object;)Z");
+  if (add == nullptr) return result::methodNotFound;
+  if (resultList == nullptr) return result::nullArgument;
+  jstring element = env->NewStringUTF(ModifiedUtf8(principal).c_str());
+  if (element == nullptr) return result::success;  // the VM throws its own OutOfMemoryError
+  env->CallBooleanMethod(resultList, add, element);
+  // A list that throws does not change the answer; asked only to keep the VM's own checks silent.
+  static_cast<void>(env->ExceptionCheck());
+  env->DeleteLocalRef(element);
+  return result::success;
+}
