@@ -92,7 +92,7 @@ TEST_F(SyncFailTest, NoAdministratorIsMinusOneAndAFailedMailIsOnlyLogged) {
 }
 
 TEST_F(SyncFailTest, AnyProductCallMayThrow) {
-  for (std::size_t step = 0; step < 13; ++step) {
+  for (const std::size_t step : {0, 1, 2, 3, 4, 5, 8, 9, 10, 12, 13}) {  // 6 and 7 are the system's
     product.throwAt = step;
     EXPECT_THROW(notify(), ProductFailure) << step;
   }
