@@ -9,7 +9,9 @@
 // time; different connections are independent.
 //
 // TLS is 1.2 or newer and checks certificate and host name; "localhost" stands for the machine's
-// own name there. Nothing falls back to plain. References to other servers are skipped.
+// own name there. Nothing falls back to plain. References to other servers are skipped. Of an
+// attribute that a server sends in ranges ("member;range=0-1499") all are read, and it is handed
+// out whole under its plain name; a caller who asks for a range himself gets what the server says.
 //
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted
@@ -23,6 +25,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VESK {
@@ -32,8 +35,11 @@ class BvLDAPAttribute {
   BvLDAPAttribute(std::string name, std::vector<std::string> values);
   const std::string& name() const { return attributeName; }
   int size() const;  // number of values
-  const char* getValue(
-      int index) const;  // null when there is no such value; lives as the attribute
+  // Both live as the attribute. A value as text: a SID as S-1-5-..., a GUID with dashes, any other
+  // value that is not UTF-8 or has a NUL in it in base64. Null when there is no such value.
+  const char* getValue(int index) const;
+  // A value as the server sent it, no NUL behind it. Without data when there is no such value.
+  std::string_view getBytes(int index) const;
 
  private:
   std::string attributeName;

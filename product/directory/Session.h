@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Options.h"
+#include "Results.h"
 #include "TimeBudget.h"
 #include "Transport.h"
 #include "product/directory.h"
@@ -59,6 +60,10 @@ class BvLDAPConnection::Session {
   int run(const TimeBudget& budget, Search& search, const BvLDAPEntryVisitor& visitor);
   int request(Search& search, int& id);
   int readPage(const TimeBudget& budget, Search& search, int id, const BvLDAPEntryVisitor& visitor);
+  int takeEntry(const TimeBudget& budget, Search& search, LDAPMessage* message,
+                const BvLDAPEntryVisitor& visitor);
+  int complete(const TimeBudget& budget, Search& search, const directory::IncomingEntry& entry,
+               directory::PartialAttribute& whole);
   int finishPage(Search& search, LDAPMessage* result);
   int awaitMessage(const TimeBudget& budget, int id, LdapMessage& message);
   int awaitResult(const TimeBudget& budget, int id);
