@@ -1,0 +1,58 @@
+// Stands between a client and a directory server, and sends long attributes in ranges as an Active
+// Directory does. Counts what passes.
+#ifndef VESK_TESTS_SUPPORT_LDAP_FRONT_H
+#define VESK_TESTS_SUPPORT_LDAP_FRONT_H
+
+#include <lber.h>
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "support/Network.h"
+
+// One client and one request at a time: what the client sends meanwhile waits.
+class LdapFront {
+ public:
+  // What is wrong with the second range of an attribute.
+  enum Fault { NONE, STARTS_ANEW, OVERLAPS, LEAVES_OUT, EMPTY, ABSENT, SHORTER, ENTRY_GONE };
+
+  LdapFront(int serverPort, std::size_t valuesAtOnce, Fault fault = NONE);
+  ~LdapFront();  // the client must be gone
+  LdapFront(const LdapFront&) = delete;
+  LdapFront& operator=(const LdapFront&) = delete;
+
+  int port() const { return portOf(listener); }
+
+  struct Traffic {
+    int searches = 0;
+    int repeated = 0;    // searches that had been asked before, to the byte
+    long bytesBack = 0;  // to the client
+  };
+  // Since the last call; exact for a client that has all its answers.
+  Traffic taken();
+
+ private:
+  struct FirstValues;  // of the ranges that a search asks for, by attribute
+
+  void run();
+  void serve(const Socket& client, const Socket& server);
+  std::string ownRanges(const std::string& request, FirstValues& first) const;
+  std::string inRanges(const std::string& answer, const FirstValues& first) const;
+  void writeValues(BerElement* out, const berval& name, const berval* values,
+                   const FirstValues& first) const;
+  void count(const std::string& request);
+
+  int target;
+  std::size_t most;
+  Fault fault;
+  Socket listener;
+  std::mutex mutex;
+  Traffic traffic;
+  std::set<std::string> asked;
+  std::thread thread;
+};
+
+#endif
