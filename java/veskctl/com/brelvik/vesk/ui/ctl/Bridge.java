@@ -1,6 +1,5 @@
 package com.brelvik.vesk.ui.ctl;
 
-import com.brelvik.vesk.ui.modelobjects.ResultCode;
 import com.brelvik.vesk.ui.modelobjects.jni.JniInit;
 import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
 import java.lang.reflect.InvocationTargetException;
@@ -46,8 +45,9 @@ final class Bridge {
     private static void initialise() {
         int code = new JniInit().initializeJNI();
         if (code != 0) {
-            throw new Refusal(Status.FAILED, "initialisation answered " + Answer.describe(code),
-                    ResultCode.of(code) == null ? "read the log" : ResultCode.of(code).cures());
+            Meaning known = Meaning.of(null, code);
+            throw new Refusal(Status.FAILED, "initialisation answered " + Meaning.describe(null, code),
+                    known == null ? "read the log" : known.cures());
         }
         ready = true;
     }

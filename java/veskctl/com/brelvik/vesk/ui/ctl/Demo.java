@@ -2,7 +2,6 @@ package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import java.lang.reflect.Parameter;
-import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
@@ -61,29 +60,20 @@ final class Demo implements Callable<Integer> {
     }
 
     private void visit(Tour.Stop stop, PeerMethod method, Map<String, String> arguments) {
-        Object[] values = method.parameters().stream().map(parameter -> value(parameter, arguments)).toArray();
         Output.data(stop.title());
         Output.data("  " + method.name() + method.parameters().stream()
                 .map(parameter -> shown(parameter, arguments)).collect(Collectors.joining(", ", "(", ")")));
-        Answer answer = Answer.of(method, values);
+        Answer answer = Answer.of(method, Values.of(method, arguments));
         int code = (Integer) answer.value();
-        Output.data("  -> " + Answer.describe(code));
+        Output.data("  -> " + Meaning.describe(method, code));
         answer.lists().forEach(Demo::print);
+        answer.failures().forEach(line -> Output.data("     log: " + line));
         calls++;
         if (code != stop.code()) {
             surprises++;
-            Output.data("  !! expected " + Answer.describe(stop.code()));
+            Output.data("  !! expected " + Meaning.describe(method, stop.code()));
         }
         Output.data("");
-    }
-
-    private static Object value(Parameter parameter, Map<String, String> arguments) {
-        Arg arg = PeerMethod.describe(parameter);
-        if (PeerMethod.isList(parameter)) {
-            return new ArrayList<String>();
-        }
-        String text = arg == null ? null : arguments.get(arg.name());
-        return text == null ? null : Values.of(parameter, text);
     }
 
     private static String shown(Parameter parameter, Map<String, String> arguments) {

@@ -20,4 +20,10 @@ public @interface ConsoleCommand {
 
     /** The codes that are this method's own. */
     OwnCode[] own() default {};
+
+    /** What success means where the code alone does not tell; not said when the log got a failure meanwhile. */
+    String done() default "";
+
+    /** What it means when the list stays empty. */
+    String empty() default "";
 }
