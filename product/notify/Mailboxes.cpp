@@ -18,6 +18,8 @@ constexpr std::size_t LONGEST_ENTRY = 998;
 constexpr std::size_t LONGEST_ADDRESS = 254;
 constexpr std::size_t LONGEST_LOCAL_PART = 64;
 
+constexpr const char* FORM = "not of the form name@domain";
+
 // Cuts at semicolons and commas, but not inside a quoted text, a comment or angle brackets. One of
 // these that is never closed protects nothing, so that a slip costs its own entry only.
 class Splitter {
@@ -119,7 +121,6 @@ bool isMailDomain(std::string_view domain) {
 
 // What the parser lets through and a mail system does not.
 const char* faultOf(std::string_view address) {
-  constexpr const char* FORM = "not of the form name@domain";
   const std::size_t sign = address.rfind('@');
   if (sign == std::string_view::npos || sign == 0 || sign + 1 == address.size()) return FORM;
   if (address.size() > LONGEST_ADDRESS || sign > LONGEST_LOCAL_PART) return "too long";
@@ -129,6 +130,13 @@ const char* faultOf(std::string_view address) {
   if (!isMailDomain(address.substr(sign + 1))) return FORM;
   // Mail systems take it for an option.
   return address.front() == '-' ? "it begins with a hyphen" : nullptr;
+}
+
+// The parser drops what it cannot read behind a bare address, as in "a@b@c".
+bool isReadToItsEnd(std::string_view entry, std::string_view address, std::string_view ascii) {
+  if (entry.find_first_of("<(") != std::string_view::npos) return true;
+  return entry.ends_with(address.substr(address.rfind('@') + 1)) ||
+         entry.ends_with(ascii.substr(ascii.rfind('@') + 1));
 }
 
 // As a header has it, but for letters beyond ASCII.
@@ -161,30 +169,31 @@ class Collector {
     if (!isPlain(entry)) return "control characters or bytes that are not UTF-8";
     const Object<InternetAddressList> list(
         internet_address_list_parse(options.get(), std::string(entry).c_str()));
-    return list == nullptr ? "not of the form name@domain" : takeList(list.get());
+    return list == nullptr ? FORM : takeList(entry, list.get());
   }
 
-  const char* takeList(InternetAddressList* list) {
+  const char* takeList(std::string_view entry, InternetAddressList* list) {
     const int count = internet_address_list_length(list);
     // The parser reads two addresses with a blank between them as two: rather a slip.
     if (count != 1) return count == 0 ? "no address" : "a separator is missing";
     InternetAddress* address = internet_address_list_get_address(list, 0);
     if (INTERNET_ADDRESS_IS_GROUP(address)) {
-      return takeList(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(address)));
+      return takeList(entry, internet_address_group_get_members(INTERNET_ADDRESS_GROUP(address)));
     }
-    return takeMailbox(address);
+    return takeMailbox(entry, address);
   }
 
-  const char* takeMailbox(InternetAddress* mailbox) {
-    const char* given = internet_address_get_name(mailbox);
+  const char* takeMailbox(std::string_view entry, InternetAddress* address) {
+    InternetAddressMailbox* mailbox = INTERNET_ADDRESS_MAILBOX(address);
+    const char* given = internet_address_get_name(address);
     const std::string name = given == nullptr ? "" : given;
-    const std::string address =
-        internet_address_mailbox_get_idn_addr(INTERNET_ADDRESS_MAILBOX(mailbox));
-    if (const char* fault = faultOf(address)) return fault;
+    const std::string ascii = internet_address_mailbox_get_idn_addr(mailbox);
+    if (const char* fault = faultOf(ascii)) return fault;
+    if (!isReadToItsEnd(entry, internet_address_mailbox_get_addr(mailbox), ascii)) return FORM;
     // An encoded name may hold anything.
     if (!isPlain(name)) return "control characters in the name";
-    if (seen.insert(keyOf(address)).second) {
-      mailboxes.push_back({name, address, writtenForm(name, address)});
+    if (seen.insert(keyOf(ascii)).second) {
+      mailboxes.push_back({name, ascii, writtenForm(name, ascii)});
     }
     return nullptr;
   }

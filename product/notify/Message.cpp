@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <optional>
 
 #include "GMime.h"
@@ -91,55 +92,100 @@ std::string hostName() {
 // A mail without a sender comes from the mail system; answers to it go to the postmaster.
 Mailbox fromOf(const Mail& mail) {
   if (!mail.from.empty()) return mail.from.front();
-  return {"VESK", "MAILER-DAEMON@" + hostName(), ""};
+  const std::string address = "MAILER-DAEMON@" + hostName();
+  return {"VESK", address, "VESK <" + address + ">"};
 }
 
-void addMailbox(GMimeMessage* message, GMimeAddressType type, const Mailbox& mailbox) {
-  const Object<InternetAddress> address(
-      internet_address_mailbox_new(mailbox.name.c_str(), mailbox.address.c_str()));
-  internet_address_set_charset(address.get(), UTF8);
-  internet_address_list_add(g_mime_message_get_addresses(message, type), address.get());
+bool isAscii(const std::string& text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
-void setHeaders(GMimeMessage* message, const Mail& mail, const Encoded& encoded) {
-  const Mailbox from = fromOf(mail);
-  addMailbox(message, GMIME_ADDRESS_TYPE_FROM, from);
-  for (const Mailbox& mailbox : mail.to) addMailbox(message, GMIME_ADDRESS_TYPE_TO, mailbox);
-  g_mime_message_set_subject(message, oneLine(valid(mail.subject)).c_str(),
-                             encoded.charset.c_str());
+std::string quotedPrintable(const std::string& bytes) {
+  std::string text;
+  char code[4] = {};
+  for (const char c : bytes) {
+    std::snprintf(code, sizeof code, "=%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+    text += g_ascii_isalnum(c) ? std::string(1, c) : code;
+  }
+  return text;
+}
+
+// As encoded words of 75 characters at most, a line each; whole characters in each, in a charset
+// that can hold them. GMime's own are longer, and base64 in several words is misread by some.
+std::string encodedWords(const std::string& text, const std::string& charset) {
+  constexpr std::size_t LONGEST = 75;
+  const std::string start = "=?" + charset + "?Q?";
+  const char* end = text.data() + text.size();
+  std::string words, part, code;
+  for (const char* at = text.data(); at < end;) {
+    const char* next = g_utf8_next_char(at);
+    const std::string longer = part + std::string(at, next);
+    const std::string longerCode = quotedPrintable(converted(longer, charset).value_or("?"));
+    if (!part.empty() && start.size() + longerCode.size() + 2 > LONGEST) {
+      words += start + code + "?=\n ";
+      part.clear();
+      continue;
+    }
+    part = longer;
+    code = longerCode;
+    at = next;
+  }
+  return words + start + code + "?=";
+}
+
+// A line that need not be folded, and nothing in it that reads as encoded.
+bool goesAsItIs(const std::string& text) {
+  constexpr std::size_t LONGEST = 900;
+  return isAscii(text) && text.size() <= LONGEST && text.find("=?") == std::string::npos;
+}
+
+std::string header(const Mailbox& mailbox) {
+  if (goesAsItIs(mailbox.written)) return mailbox.written;
+  return encodedWords(mailbox.name, UTF8) + "\n <" + mailbox.address + ">";
+}
+
+std::string dateNow() {
   GDateTime* now = g_date_time_new_now_local();
-  g_mime_message_set_date(message, now);
+  const Text text(g_mime_utils_header_format_date(now));
   g_date_time_unref(now);
-  // GMime's own identifiers ask the network for the machine's name.
-  const Text unique(g_uuid_string_random());
-  const std::string domain = from.address.substr(from.address.rfind('@') + 1);
-  g_mime_message_set_message_id(message, (std::string(unique.get()) + "@" + domain).c_str());
-  // Keeps holiday answers away.
-  g_mime_object_set_header(GMIME_OBJECT(message), "Auto-Submitted", "auto-generated", nullptr);
+  return text.get();
 }
 
-void setBody(GMimeMessage* message, const Encoded& encoded) {
+std::string headersOf(const Mail& mail, const std::string& subject, const std::string& charset) {
+  const Mailbox from = fromOf(mail);
+  std::string to;
+  for (const Mailbox& mailbox : mail.to) to += (to.empty() ? "" : ",\n ") + header(mailbox);
+  // GMime's own identifiers ask the network for the machine's name.
+  const std::string domain = from.address.substr(from.address.rfind('@') + 1);
+  const std::string unique = Text(g_uuid_string_random()).get();
+  // The last one keeps holiday answers away.
+  return "Date: " + dateNow() + "\nFrom: " + header(from) + "\nTo: " + to +
+         "\nSubject: " + (goesAsItIs(subject) ? subject : encodedWords(subject, charset)) +
+         "\nMessage-ID: <" + unique + "@" + domain +
+         ">\nMIME-Version: 1.0\nAuto-Submitted: auto-generated\n";
+}
+
+// With the headers that tell how it is to be read.
+std::string bodyPart(const Encoded& encoded) {
   const Object<GMimeStream> stream(
       g_mime_stream_mem_new_with_buffer(encoded.body.data(), encoded.body.size()));
   const Object<GMimeDataWrapper> content(
       g_mime_data_wrapper_new_with_stream(stream.get(), GMIME_CONTENT_ENCODING_DEFAULT));
   const Object<GMimePart> part(g_mime_part_new_with_type("text", "plain"));
-  g_mime_object_set_content_type_parameter(GMIME_OBJECT(part.get()), "charset",
-                                           encoded.charset.c_str());
+  GMimeObject* object = GMIME_OBJECT(part.get());
+  g_mime_object_set_content_type_parameter(object, "charset", encoded.charset.c_str());
   g_mime_part_set_content(part.get(), content.get());
-  g_mime_object_encode(GMIME_OBJECT(part.get()), GMIME_ENCODING_CONSTRAINT_7BIT);
-  g_mime_message_set_mime_part(message, GMIME_OBJECT(part.get()));
+  g_mime_object_encode(object, GMIME_ENCODING_CONSTRAINT_7BIT);
+  return Text(g_mime_object_to_string(object, nullptr)).get();
 }
 
 }  // namespace
 
 std::string compose(const Mail& mail) {
   startGMime();
-  const Encoded encoded = encode(mail.charset, valid(mail.subject), lines(valid(mail.body)));
-  const Object<GMimeMessage> message(g_mime_message_new(TRUE));
-  setHeaders(message.get(), mail, encoded);
-  setBody(message.get(), encoded);
-  return Text(g_mime_object_to_string(GMIME_OBJECT(message.get()), nullptr)).get();
+  const std::string subject = oneLine(valid(mail.subject));
+  const Encoded encoded = encode(mail.charset, subject, lines(valid(mail.body)));
+  return headersOf(mail, subject, encoded.charset) + bodyPart(encoded);
 }
 
 }  // namespace VESK::notify
