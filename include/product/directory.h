@@ -13,6 +13,12 @@
 // attribute that a server sends in ranges ("member;range=0-1499") all are read, and it is handed
 // out whole under its plain name; a caller who asks for a range himself gets what the server says.
 //
+// Authentication type Kerberos binds by SASL/GSSAPI with a ticket that it gets for the account and
+// password ("ann", "ann@REALM" or "DOMAIN\ann") and keeps to itself; the machine's ticket caches and
+// keytabs have no part in it. The service is "ldap/" and the host as given, so give the name that the
+// server's keytab has. Realms and their key servers are those of /etc/krb5.conf (or what KRB5_CONFIG
+// names); the key servers are asked over TCP, within the time-outs.
+//
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted
 // certificate authorities; default the system's), "connect_timeout" (seconds for the
@@ -157,7 +163,8 @@ class BvLDAPScript {
 };
 
 // The service principal ("HTTP/gate.example.com@EXAMPLE.COM") that a keytab file holds, cut at
-// bufferSize - 1 bytes. When there are several, the newest entry counts. False, with a line in the
+// bufferSize - 1 bytes, and not within a character. When there are several, the newest entry
+// counts. False, with a line in the
 // log, when the file is missing, unreadable, damaged, or has no service principal; `buffer` is then
 // the empty text.
 bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize);

@@ -56,6 +56,7 @@ class BvLDAPConnection::Session {
   int startTls(const TimeBudget& budget);
   int bindSimple(const TimeBudget& budget, const std::string& user, const std::string& password);
   int bindKerberos(const TimeBudget& budget, const std::string& user, const std::string& password);
+  int bindSasl(const TimeBudget& budget, void* gssCredential);
 
   int run(const TimeBudget& budget, Search& search, const BvLDAPEntryVisitor& visitor);
   int request(Search& search, int& id);
@@ -72,10 +73,13 @@ class BvLDAPConnection::Session {
   int handleCode() const;
   int fail(const TimeBudget& budget, const char* step, int code);
   int fail(const TimeBudget& budget, const char* step, const std::string& reason, const char* hint);
+  int fail(const TimeBudget& budget, const char* step, const std::string& where,
+           const std::string& reason, const char* hint);
 
   LDAPVendor vendor;
   AuthenType authType;
   Options options;
+  std::string serverHost;  // without brackets
   std::string peer;        // for messages
   std::string provenBase;  // gave an entry in this session
   int error = NO_ERROR;

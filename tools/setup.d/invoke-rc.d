@@ -1,12 +1,17 @@
 #!/bin/sh
-# Stands before the system's own while packages are installed: the tests start directory servers of
-# their own, so the package's is neither started (invoke-rc.d) nor enabled (update-rc.d).
+# Stands before the system's own while packages are installed: the tests start servers of their own,
+# so the packages' are neither started (invoke-rc.d, deb-systemd-invoke) nor enabled (update-rc.d,
+# deb-systemd-helper).
 tool=$(basename "$0")
+real=/usr/bin/$tool
+[ -x "$real" ] || real=/usr/sbin/$tool
 for argument; do
-  [ "$argument" = slapd ] && own=1
+  case ${argument%.service} in slapd | krb5-kdc | krb5-admin-server) own=${argument%.service} ;; esac
 done
-case ${own:-0}/$tool in
-  1/invoke-rc.d) exit 0 ;;
-  1/update-rc.d) exec /usr/sbin/update-rc.d slapd defaults-disabled ;;
-  *) exec "/usr/sbin/$tool" "$@" ;;
+[ -n "${own:-}" ] || exec "$real" "$@"
+case "$tool $*" in
+  *invoke*) exit 0 ;;
+  update-rc.d*) exec "$real" "$own" defaults-disabled ;;
+  *was-enabled*) exit 1 ;;
+  *) exec "$real" "$@" ;;
 esac
