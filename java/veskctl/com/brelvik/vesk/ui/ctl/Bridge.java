@@ -17,10 +17,10 @@ final class Bridge {
      */
     static Object call(PeerMethod method, Object[] values) {
         load();
+        if (method.method().getDeclaringClass() != JniInit.class) {
+            initialise();
+        }
         try {
-            if (!ready && method.method().getDeclaringClass() != JniInit.class) {
-                initialise();
-            }
             return method.method().invoke(method.method().getDeclaringClass().getConstructor().newInstance(), values);
         } catch (InvocationTargetException e) {
             if (e.getCause() instanceof UnsatisfiedLinkError) {
@@ -33,6 +33,16 @@ final class Bridge {
         }
     }
 
+    /**
+     * Makes it ready for calls.
+     *
+     * @throws Refusal when the library cannot be loaded or initialised
+     */
+    static void start() {
+        load();
+        initialise();
+    }
+
     private static void load() {
         InstallRoot.open();
         try {
@@ -43,6 +53,9 @@ final class Bridge {
     }
 
     private static void initialise() {
+        if (ready) {
+            return;
+        }
         int code = new JniInit().initializeJNI();
         if (code != 0) {
             Meaning known = Meaning.of(null, code);

@@ -8,7 +8,6 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.LinkedHashMap;
 import java.util.List;
-import java.util.Locale;
 import java.util.Map;
 import java.util.concurrent.Callable;
 import java.util.concurrent.TimeUnit;
@@ -132,7 +131,7 @@ final class Doctor implements Callable<Integer> {
             bad(e.status(), "log", e.getMessage(), e.next());
         }
         for (LdapVendor vendor : LdapVendor.values()) {
-            Path script = root.path().resolve("ldap/" + vendor.name().toLowerCase(Locale.ROOT) + "/ldapscript.conf");
+            Path script = root.script(vendor);
             if (Files.isReadable(script)) {
                 good("script", script.toString());
             } else {

@@ -33,6 +33,7 @@ public final class Main {
     static CommandLine commandLine() {
         CommandLine line = new CommandLine(new Main());
         PeerCommand.addAll(line.getCommandSpec());
+        line.getSubcommands().get("directory").addSubcommand(new Explain().spec());
         line.getSubcommands().get("call").setStopAtPositional(true);
         line.getSubcommands().get("code").setUnmatchedOptionsArePositionalParams(true);  // -1 is no option
         return line.setExpandAtFiles(false).setInterpolateVariables(false).setUsageHelpWidth(100)
