@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <set>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -84,9 +84,20 @@ LdapFront::~LdapFront() {
   thread.join();
 }
 
+int LdapFront::Traffic::repeated() const {
+  return requests() - static_cast<int>(std::set(searches.begin(), searches.end()).size());
+}
+
+int LdapFront::Traffic::mentions(const std::string& text) const {
+  int times = 0;
+  for (const std::string& one : searches) {
+    for (auto at = one.find(text); at != std::string::npos; at = one.find(text, at + 1)) ++times;
+  }
+  return times;
+}
+
 LdapFront::Traffic LdapFront::taken() {
   const std::lock_guard lock(mutex);
-  asked.clear();
   return std::exchange(traffic, {});
 }
 
@@ -131,8 +142,7 @@ void LdapFront::count(const std::string& request) {
   ber_scanf(in.get(), "{i", &id);
   ber_skip_raw(in.get(), &rest);
   const std::lock_guard lock(mutex);
-  ++traffic.searches;
-  traffic.repeated += asked.emplace(rest.bv_val, rest.bv_len).second ? 0 : 1;
+  traffic.searches.emplace_back(rest.bv_val, rest.bv_len);
 }
 
 // What the server is asked in place of a search for ranges, which it knows nothing about.

@@ -7,9 +7,9 @@
 
 #include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "support/Network.h"
 
@@ -27,9 +27,12 @@ class LdapFront {
   int port() const { return portOf(listener); }
 
   struct Traffic {
-    int searches = 0;
-    int repeated = 0;    // searches that had been asked before, to the byte
-    long bytesBack = 0;  // to the client
+    std::vector<std::string> searches;  // as they came, without their numbers
+    long bytesBack = 0;                 // to the client
+
+    int requests() const { return static_cast<int>(searches.size()); }
+    int repeated() const;  // searches that had been asked before, to the byte
+    int mentions(const std::string& text) const;  // times it stands in them
   };
   // Since the last call; exact for a client that has all its answers.
   Traffic taken();
@@ -51,7 +54,6 @@ class LdapFront {
   Socket listener;
   std::mutex mutex;
   Traffic traffic;
-  std::set<std::string> asked;
   std::thread thread;
 };
 

@@ -43,8 +43,8 @@ TEST_F(RangeTest, AttributeIsWholeAfterARequestARange) {
       Session session(front.port());
       EXPECT_EQ(all, found(session, attributes, "MEMBER"));
       const LdapFront::Traffic traffic = front.taken();
-      EXPECT_EQ(static_cast<int>((25 + most - 1) / most), traffic.searches);
-      EXPECT_EQ(0, traffic.repeated);
+      EXPECT_EQ(static_cast<int>((25 + most - 1) / most), traffic.requests());
+      EXPECT_EQ(0, traffic.repeated());
     }
   }
 }
@@ -54,7 +54,7 @@ TEST_F(RangeTest, WhoAsksForARangeGetsIt) {
   Session session(front.port());
   const char* const second[] = {"member;range=10-*", nullptr};
   EXPECT_EQ(10u, found(session, second, "member;range=10-19").size());
-  EXPECT_EQ(1, front.taken().searches);
+  EXPECT_EQ(1, front.taken().requests());
 }
 
 TEST_F(RangeTest, NoListIsShortAndNoReadingEndless) {
@@ -77,11 +77,32 @@ TEST_F(RangeTest, NoListIsShortAndNoReadingEndless) {
     Home::instance().newLog();
     EXPECT_THAT(found(session, MEMBER, "member"), testing::SizeIs(1));
     EXPECT_EQ(1, session.getLastError());
-    EXPECT_EQ(2, front.taken().searches);
+    EXPECT_EQ(2, front.taken().requests());
     const std::string log = Home::instance().newLog();
     EXPECT_THAT(log, HasSubstr(row.reason));
     EXPECT_EQ(1, std::count(log.begin(), log.end(), '\n')) << log;
     EXPECT_EQ(300, entries(session, BASE, "(objectClass=inetOrgPerson)"));
+  }
+}
+
+// A group is asked about once, in its two attributes of members, wherever cycles lead.
+TEST_F(RangeTest, WalkTakesARequestALevelAndAsksNothingTwice) {
+  const struct {
+    const char* user;
+    int levels;
+    std::size_t groups;
+  } table[] = {{"ringo", 3, 3}, {"p00001", 3, 5}};
+  for (const auto& row : table) {
+    SCOPED_TRACE(row.user);
+    LdapFront front(server->port(), 10);
+    Session session(front.port());
+    GroupList list;
+    EXPECT_EQ(0, GroupDAO().getAllParentGroupsByUserName(&session, BASE, row.user, list));
+    EXPECT_EQ(row.groups, list.size());
+    const LdapFront::Traffic traffic = front.taken();
+    EXPECT_EQ(row.levels + 2, traffic.requests());  // where to start, and what is above the top
+    EXPECT_EQ(0, traffic.repeated());
+    for (const GroupRecord& group : list.groups) EXPECT_EQ(2, traffic.mentions(group.dn));
   }
 }
 
