@@ -40,7 +40,12 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             return Status.DONE;
         }
         Meaning known = Meaning.of(method, code());
-        return known == null ? Status.FAILED : known.status();
+        return known == null || known.status() == Status.DONE && isDenied() ? Status.FAILED : known.status();
+    }
+
+    private boolean isDenied() {
+        String denial = method.command() == null ? "" : method.command().denial();
+        return !denial.isEmpty() && failures.stream().anyMatch(line -> line.contains(denial));
     }
 
     /** Prints the answer to the question {@code asked}. */
@@ -53,12 +58,12 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             elements().forEach(element -> Output.data(String.valueOf(element)));
             Output.log(failures);
         } else if (status() == Status.DONE) {
-            Output.talk(Meaning.describe(method, code()) + (failures.isEmpty() ? note() : ", but not all went well:"));
+            Output.talk(Meaning.describe(method, code()) + note());
             Output.log(failures);
         } else {
             Meaning known = Meaning.of(method, code());
-            String next = known == null ? "read the log" : known.cures();
-            Output.error(asked, Meaning.describe(method, code()), failures,
+            String next = known == null || known.cures().isEmpty() ? "do what the log says" : known.cures();
+            Output.error(asked, Meaning.describe(method, code()) + (isDenied() ? ", but the log says that it failed" : ""), failures,
                     next + " [log: " + InstallRoot.open().log() + "]");
         }
         lists.forEach(list -> list.forEach(element -> Output.data(String.valueOf(element))));
@@ -67,12 +72,9 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
 
     // What a success means here, in the method's own words.
     private String note() {
-        if (method.command() == null) {
-            return "";
-        }
         boolean isEmpty = method.fillsList() && lists.stream().allMatch(List::isEmpty);
-        String note = isEmpty ? method.command().empty() : method.command().done();
-        return note.isEmpty() ? "" : ": " + note;
+        String note = method.command() == null ? "" : isEmpty ? method.command().empty() : method.command().done();
+        return !note.isEmpty() ? ": " + note : failures.isEmpty() ? "" : ", but not all went well";
     }
 
     private List<Object> elements() {
