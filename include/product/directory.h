@@ -17,7 +17,7 @@
 // password ("ann", "ann@REALM" or "DOMAIN\ann") and keeps to itself; the machine's ticket caches and
 // keytabs have no part in it. The service is "ldap/" and the host as given, so give the name that the
 // server's keytab has. Realms and their key servers are those of /etc/krb5.conf (or what KRB5_CONFIG
-// names); the key servers are asked over TCP, within the time-outs.
+// names, and of DNS where it names none); the key servers are asked over TCP, within the time-outs.
 //
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted

@@ -8,8 +8,8 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "KdcServers.h"
 #include "TimeBudget.h"
 
 namespace VESK::directory {
@@ -27,19 +27,12 @@ class KdcExchange {
   const std::string& trouble() const { return reason; }
 
  private:
-  struct Server {
-    std::string host;
-    int port;
-  };
-  using Servers = std::vector<Server>;
-
-  Servers& serversOf(const std::string& realm);
-  bool askOne(const Server& server, Clock::time_point deadline, std::string_view request,
+  bool askOne(const KdcServer& server, Clock::time_point deadline, std::string_view request,
               std::string& answer);
 
   krb5_context context;
   Clock::time_point ends;
-  std::map<std::string, Servers> known;
+  std::map<std::string, KdcServers> known;
   std::string asked;
   std::string reason;
 };

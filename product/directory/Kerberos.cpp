@@ -12,6 +12,7 @@ namespace VESK::directory {
 namespace {
 
 constexpr const char* SERVICE = "ldap";
+constexpr const char* HERE = "this machine";
 constexpr long CLOCKS_MAY_DIFFER = 300;  // seconds; what Kerberos servers let pass
 
 using Krb5Options = Krb5Owned<krb5_get_init_creds_opt*, krb5_get_init_creds_opt_free>;
@@ -115,7 +116,7 @@ KerberosTicket::~KerberosTicket() {
 bool KerberosTicket::obtain(const std::string& account, const std::string& password) {
   const std::string step = "Kerberos log-in of " + account;
   if (context == nullptr) {
-    problem = {step, {}, "krb5.conf cannot be read", "check /etc/krb5.conf"};
+    problem = {step, HERE, "krb5.conf cannot be read", "check /etc/krb5.conf"};
     return false;
   }
   if (const auto code = krb5_parse_name(context.get(), account.c_str(), client.out()); code != 0) {
@@ -220,7 +221,8 @@ bool KerberosTicket::refused(const std::string& step, krb5_error_code code) {
   const Known known = describe(code);
   const std::string words =
       code == KRB5_KDC_UNREACH ? exchange.trouble() : krb5Message(context.get(), code);
-  problem = {step, exchange.peer(), known.reason + (" [" + words + "]"), known.hint};
+  const std::string& asked = exchange.peer();
+  problem = {step, asked.empty() ? HERE : asked, known.reason + (" [" + words + "]"), known.hint};
   return false;
 }
 

@@ -45,7 +45,7 @@ std::string krb5Message(krb5_context context, krb5_error_code code);
 
 struct KerberosFailure {
   std::string step;
-  std::string peer;  // empty: no key server was asked
+  std::string peer;  // the key server, or this machine
   std::string reason;
   const char* hint;
 };

@@ -53,26 +53,33 @@ int BvLDAPConnection::Session::bindKerberos(const TimeBudget& budget, const std:
   KerberosTicket ticket(serverHost, budget.deadline());
   if (!ticket.obtain(principalOf(user, vendor == ACTIVEDIRECTORY), password)) {
     const KerberosFailure& failure = ticket.failure();
-    const std::string& where = failure.peer.empty() ? peer : failure.peer;
-    return fail(budget, failure.step.c_str(), where, failure.reason, failure.hint);
+    return fail(budget, failure.step.c_str(), failure.peer, failure.reason, failure.hint);
   }
   const int code = bindSasl(budget, ticket.credential());
-  if (code == LDAP_SUCCESS) return code;
-  const std::string words = std::string(" [") + diagnosticOf(handle.get()) + "]";
-  if (code == LDAP_AUTH_UNKNOWN || code == LDAP_AUTH_METHOD_NOT_SUPPORTED) {
-    return fail(budget, "SASL bind", peer, "no GSSAPI mechanism" + words,
-                code > 0 ? "let the server offer GSSAPI"
-                         : "install the GSSAPI module of Cyrus SASL on this machine");
+  return code == LDAP_SUCCESS ? code : failSasl(budget, code, ticket.clockIsWrong());
+}
+
+int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool clockIsWrong) {
+  constexpr const char* STEP = "SASL bind";
+  const std::string words = " [" + diagnosticOf(handle.get()) + "]";
+  if (transport->timedOut() || (isWireFailure(code) && !isLocal(code))) {
+    return fail(budget, STEP, code);
   }
-  if (ticket.clockIsWrong()) {
-    return fail(budget, "SASL bind", peer, "clock skew" + words,
+  if (code == LDAP_AUTH_UNKNOWN) {
+    return fail(budget, STEP, "no GSSAPI mechanism on this machine" + words,
+                "install the GSSAPI module of Cyrus SASL");
+  }
+  if (code == LDAP_AUTH_METHOD_NOT_SUPPORTED) {
+    return fail(budget, STEP, "the server has no GSSAPI mechanism" + words,
+                "let the server offer GSSAPI");
+  }
+  if (clockIsWrong) {
+    return fail(budget, STEP, "clock skew" + words,
                 "give this machine and the servers the same time, as from NTP");
   }
-  if (isLocal(code) && !transport->timedOut()) {
-    return fail(budget, "SASL bind", peer, "GSSAPI failed" + words,
-                "check the server's keytab and krb5.conf on both machines");
-  }
-  return fail(budget, "SASL bind", code);
+  return code > 0 ? fail(budget, STEP, code)
+                  : fail(budget, STEP, "GSSAPI failed" + words,
+                         "check the server's keytab, and krb5.conf on both machines");
 }
 
 int BvLDAPConnection::Session::bindSasl(const TimeBudget& budget, void* gssCredential) {

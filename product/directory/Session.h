@@ -57,6 +57,7 @@ class BvLDAPConnection::Session {
   int bindSimple(const TimeBudget& budget, const std::string& user, const std::string& password);
   int bindKerberos(const TimeBudget& budget, const std::string& user, const std::string& password);
   int bindSasl(const TimeBudget& budget, void* gssCredential);
+  int failSasl(const TimeBudget& budget, int code, bool clockIsWrong);
 
   int run(const TimeBudget& budget, Search& search, const BvLDAPEntryVisitor& visitor);
   int request(Search& search, int& id);

@@ -78,20 +78,28 @@ TEST_F(KerberosTest, BindsEachFormOfAnAccountPlainAndUnderTls) {
   const struct {
     Connection::LDAPVendor vendor;
     const char* account;
-  } table[] = {{Connection::GENERIC, "ann"},
-               {Connection::OPENLDAP, "ann@EXAMPLE.COM"},
-               {Connection::ACTIVEDIRECTORY, "ann@example.com"},
-               {Connection::ACTIVEDIRECTORY, "EXAMPLE\\ann"}};
+    const char* defaults;  // of krb5.conf: what the GSS library makes of the host
+  } table[] = {
+      {Connection::GENERIC, "ann", ""},
+      {Connection::OPENLDAP, "ann@EXAMPLE.COM", "dns_canonicalize_hostname = fallback"},
+      {Connection::ACTIVEDIRECTORY, "ann@example.com", "dns_canonicalize_hostname = true"},
+      {Connection::ACTIVEDIRECTORY, "EXAMPLE\\ann",
+       "[domain_realm]\nlocalhost = EXAMPLE.COM\n127.0.0.1 = EXAMPLE.COM"},
+  };
   for (const auto& row : table) {
+    const std::string more = dir.write("krb5.conf", "[libdefaults]\n"s + row.defaults + "\n");
+    setenv("KRB5_CONFIG", (more + ":" + kdc->configuration()).c_str(), 1);
     for (const char* security : {"none", "starttls", "ldaps"}) {
       SCOPED_TRACE(testing::Message() << row.account << " " << security);
       set("security", security);
-      const bool ldaps = std::string(security) == "ldaps";
+      const bool plain = security == "none"s;
+      const int port = security == "ldaps"s ? server->tlsPort() : server->port();
+      const int layers = server->count("mech=GSSAPI bind_ssf=256 ssf=256");
       Connection connection(row.vendor, Connection::KERBEROS);
-      EXPECT_EQ(0, connection.connect(ADDRESS, ldaps ? server->tlsPort() : server->port(),
-                                      row.account, ANN_SECRET))
+      EXPECT_EQ(0, connection.connect(plain ? HOST : ADDRESS, port, row.account, ANN_SECRET))
           << Home::instance().newLog();
       EXPECT_TRUE(is(connection, "ann"));
+      EXPECT_EQ(plain ? 1 : 0, server->count("mech=GSSAPI bind_ssf=256 ssf=256") - layers);
     }
   }
 }
@@ -177,7 +185,7 @@ TEST_F(KerberosTest, RefusalOfTheServerIsNamed) {
     const char* words;
   } table[] = {
       {{0, TcpProxy::STALLS, "\x30\x0c\x02\x01\x01\x61\x07\x0a\x01\x07\x04\x00\x04\x00"s},
-       "no GSSAPI mechanism"},
+       "the server has no GSSAPI mechanism"},
       {{0, TcpProxy::STALLS, "\x30\x0d\x02\x01\x01\x61\x08\x0a\x01\x50\x04\x00\x04\x01!"s},
        "SASL bind refused by"},
       {{0, TcpProxy::CLOSES}, "connection lost"},
