@@ -64,7 +64,8 @@ final class DirectorySetup {
     private Collection<? extends Certificate> authorities() {
         String cure = "set ca_file in section LDAP of vesk.ini to a PEM file with the authority's certificate";
         try (InputStream in = Files.newInputStream(caFile)) {
-            Collection<? extends Certificate> found = CertificateFactory.getInstance("X.509").generateCertificates(in);
+            Collection<? extends Certificate> found =
+                    CertificateFactory.getInstance("X.509").generateCertificates(in);
             if (found.isEmpty()) {
                 throw new Refusal(Status.REFUSED, caFile + " holds no certificate", cure);
             }

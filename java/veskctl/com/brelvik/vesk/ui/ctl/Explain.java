@@ -25,8 +25,8 @@ final class Explain implements Callable<Integer> {
 
     Explain() {
         spec.usageMessage().header("Try a set-up step by step; say at which step and why it fails.").sortOptions(false)
-                .description("", "The steps: settings, resolve, connect, TLS, bind, base DN, and as asked for a user, a "
-                        + "group, and whether the group contains the user. A failed bind is not tried twice.");
+                .description("", "The steps: settings, resolve, connect, TLS, bind, base DN, and as asked for a user, "
+                        + "a group, and whether the group contains the user. A failed bind is not tried twice.");
         arguments = new PeerArguments(METHODS.get("LdapJNI.checkBaseDN"), spec);
         spec.addOption(named("--user", "Login name of a user to look for"));
         spec.addOption(named("--group", "Name of a group to look for"));
@@ -212,7 +212,8 @@ final class Explain implements Callable<Integer> {
         }
         why.addAll(clues);
         Steps.Logged last = logged.isEmpty() ? null : logged.get(logged.size() - 1);
-        String next = last != null && last.hint() != null ? last.hint() : meaning == null ? "read the log" : meaning.cures();
+        String cures = meaning == null ? "read the log" : meaning.cures();
+        String next = last != null && last.hint() != null ? last.hint() : cures;
         Long ms = last == null || last.ms() == null ? since(start) : last.ms();
         return steps.failed(answer.status(), step, asked, ms, why, next);
     }
