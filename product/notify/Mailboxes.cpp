@@ -167,16 +167,11 @@ class Collector {
   const char* take(std::string_view entry) {
     if (entry.size() > LONGEST_ENTRY) return "longer than 998 bytes";
     if (!isPlain(entry)) return "control characters or bytes that are not UTF-8";
-    Object<InternetAddressList> list = parse(entry, GMIME_RFC_COMPLIANCE_STRICT);
-    // A bare address for a name, as in "ann@x.org <ann@x.org>", is wrong, but clear.
-    if (list == nullptr && entry.back() == '>') list = parse(entry, GMIME_RFC_COMPLIANCE_LOOSE);
+    if (entry.find('@') == std::string_view::npos) return FORM;
+    // Without options it is lenient with brackets that are not closed; its strict form leaks.
+    const Object<InternetAddressList> list(
+        internet_address_list_parse(nullptr, std::string(entry).c_str()));
     return list == nullptr ? FORM : takeList(entry, list.get());
-  }
-
-  Object<InternetAddressList> parse(std::string_view entry, GMimeRfcComplianceMode mode) {
-    g_mime_parser_options_set_address_compliance_mode(options.get(), mode);
-    return Object<InternetAddressList>(
-        internet_address_list_parse(options.get(), std::string(entry).c_str()));
   }
 
   const char* takeList(std::string_view entry, InternetAddressList* list) {
@@ -222,12 +217,8 @@ class Collector {
                     setting, length, entry.data(), entry.size() > SHOWN ? "..." : "", fault);
   }
 
-  struct FreeOptions {
-    void operator()(GMimeParserOptions* owned) const { g_mime_parser_options_free(owned); }
-  };
   const char* setting;
   std::set<std::string> seen;
-  std::unique_ptr<GMimeParserOptions, FreeOptions> options{g_mime_parser_options_new()};
 };
 
 }  // namespace
