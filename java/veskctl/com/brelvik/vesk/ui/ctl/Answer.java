@@ -63,8 +63,9 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         } else {
             Meaning known = Meaning.of(method, code());
             String next = known == null || known.cures().isEmpty() ? "do what the log says" : known.cures();
-            String happened = Meaning.describe(method, code()) + (isDenied() ? ", but the log says that it failed" : "");
-            Output.error(asked, happened, failures, next + " [log: " + InstallRoot.open().log() + "]");
+            String denied = isDenied() ? ", but the log says that it failed" : "";
+            Output.error(asked, Meaning.describe(method, code()) + denied, failures,
+                    next + " [log: " + InstallRoot.open().log() + "]");
         }
         lists.forEach(list -> list.forEach(element -> Output.data(String.valueOf(element))));
         return status();

@@ -2,6 +2,7 @@ package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import java.lang.reflect.Parameter;
+import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
@@ -11,7 +12,7 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 
 @Command(name = "demo", hidden = true, sortOptions = false,
-        header = "Call every directory method on a sample company's server, the failing cases too.",
+        header = "Call the native methods on a sample company's server, the failing cases too.",
         description = {"", "Exit status 0 when every call answered the code that is expected of it, else 4."})
 final class Demo implements Callable<Integer> {
     private static final int SHOWN = 8;
@@ -34,6 +35,12 @@ final class Demo implements Callable<Integer> {
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is its password")
     private String passwordFile;
 
+    @Option(names = "--keytab", paramLabel = "FILE", defaultValue = "/nonexistent", description = "Keytab to read")
+    private String keytab;
+
+    @Option(names = "--kerberos", description = "The server takes Kerberos, too")
+    private boolean kerberos;
+
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
 
@@ -47,7 +54,14 @@ final class Demo implements Callable<Integer> {
         connection.put("bind-password", Passwords.read(passwordFile, "Password of the bind account"));
         Map<String, PeerMethod> methods =
                 PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
-        for (List<Tour.Stop> chapter : new Tour(base).stops()) {
+        Tour tour = new Tour(base);
+        List<List<Tour.Stop>> chapters = new ArrayList<>(tour.stops());
+        chapters.add(Tour.appliance(keytab,
+                !InstallRoot.open().setting("General-Notification", "Administrator").isEmpty()));
+        if (kerberos) {
+            chapters.add(tour.kerberos());
+        }
+        for (List<Tour.Stop> chapter : chapters) {
             for (Tour.Stop stop : chapter) {
                 Map<String, String> arguments = new HashMap<>(connection);
                 arguments.putAll(stop.arguments());

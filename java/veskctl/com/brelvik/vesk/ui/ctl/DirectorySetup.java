@@ -71,7 +71,8 @@ final class DirectorySetup {
             }
             return found;
         } catch (IOException e) {
-            throw new Refusal(Status.REFUSED, caFile + (Files.exists(caFile) ? " cannot be read" : " is missing"), cure);
+            String why = Files.exists(caFile) ? " cannot be read" : " is missing";
+            throw new Refusal(Status.REFUSED, caFile + why, cure);
         } catch (CertificateException e) {
             throw new Refusal(Status.REFUSED, caFile + " is no PEM file of certificates", cure);
         }

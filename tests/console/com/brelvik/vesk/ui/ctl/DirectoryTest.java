@@ -92,18 +92,18 @@ class DirectoryTest {
 
     @ParameterizedTest
     @CsvSource(delimiter = '|', textBlock = """
-            security = starttls; ca_file = CA   | --user ann --group WORLD                | 0 |          | null
-            security = tls                      |                                         | 3 | settings | unknown
-            security = ldaps; ca_file = /none   |                                         | 3 | settings | /none is missing
-            security = ldaps; ca_file = CA      |                                         | 4 | TLS      | no TLS is spoken
-            security = starttls; ca_file = xCA  |                                         | 4 | TLS      | ca_file holds no
-                                                | --host no.such.host.invalid             | 4 | resolve  | resolve failed
-                                                | --port 1                                | 4 | connect  | refused
-                                                | --bind-user cn=admin,dc=example         | 4 | bind     | credentials
-                                                | --base-dn ou=x,dc=example,dc=com        | 1 | base     | dc=com exists
-                                                | --user anna                             | 1 | user     | like it: ann
-                                                | --group ring-d                          | 1 | group    | ring-a, ring-b
-                                                | --user ann --group ring-a               | 1 | member   | 204
+            security = starttls; ca_file = CA | --user ann --group WORLD          | 0 |          | null
+            security = tls                   |                                   | 3 | settings | unknown
+            security = ldaps; ca_file = /none |                                   | 3 | settings | /none is missing
+            security = ldaps; ca_file = CA   |                                   | 4 | TLS      | no TLS is spoken
+            security = starttls; ca_file = xCA |                                   | 4 | TLS      | ca_file holds no
+                                             | --host no.such.host.invalid       | 4 | resolve  | resolve failed
+                                             | --port 1                          | 4 | connect  | refused
+                                             | --bind-user cn=admin,dc=example   | 4 | bind     | credentials
+                                             | --base-dn ou=x,dc=example,dc=com  | 1 | base     | dc=com exists
+                                             | --user anna                       | 1 | user     | like it: ann
+                                             | --group ring-d                    | 1 | group    | ring-a, ring-b
+                                             | --user ann --group ring-a         | 1 | member   | 204
             """)
     void aSetUpIsExplainedUpToTheStepThatFails(String settings, String arguments, int status, String step, String why)
             throws Exception {
