@@ -68,7 +68,8 @@ class Resolver {
  public:
   explicit Resolver(Clock::time_point deadline) : ready(res_ninit(&state) == 0) {
     using std::chrono::seconds;
-    const auto left = std::chrono::duration_cast<seconds>(remaining(deadline)).count();
+    const auto left =
+        static_cast<long>(std::chrono::duration_cast<seconds>(remaining(deadline)).count());
     state.retry = 1;
     state.retrans =
         static_cast<int>(std::clamp<long>(left / std::max(1, state.nscount), 1, PATIENCE));

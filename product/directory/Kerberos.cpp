@@ -3,7 +3,7 @@
 #include <gssapi/gssapi_krb5.h>
 
 #include <algorithm>
-#include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 
@@ -13,9 +13,8 @@ namespace {
 
 constexpr const char* SERVICE = "ldap";
 constexpr const char* HERE = "this machine";
-constexpr long CLOCKS_MAY_DIFFER = 300;  // seconds; what Kerberos servers let pass
+constexpr std::int64_t CLOCKS_MAY_DIFFER = 300;  // seconds; what Kerberos servers let pass
 
-using Krb5Options = Krb5Owned<krb5_get_init_creds_opt*, krb5_get_init_creds_opt_free>;
 using InitialCredentials = Krb5Owned<krb5_init_creds_context, krb5_init_creds_free>;
 using TicketCredentials = Krb5Owned<krb5_tkt_creds_context, krb5_tkt_creds_free>;
 
@@ -43,12 +42,10 @@ struct Known {
 constexpr const char* CHECK_PASSWORD = "check account and password";
 constexpr const char* ASK_ADMINISTRATOR = "the administrator of the key server can change that";
 constexpr const char* NAME_REALM = "name the realm and its key servers in krb5.conf, [realms]";
-constexpr const char* SAME_TIME = "give this machine and the servers the same time, as from NTP";
 
 constexpr Known KNOWN[] = {
     {KRB5KDC_ERR_C_PRINCIPAL_UNKNOWN, "unknown account", "check the account's name and realm"},
     {KRB5KDC_ERR_PREAUTH_FAILED, "wrong password", CHECK_PASSWORD},
-    {KRB5_PREAUTH_FAILED, "wrong password", CHECK_PASSWORD},
     {KRB5KRB_AP_ERR_BAD_INTEGRITY, "wrong password", CHECK_PASSWORD},
     {KRB5KDC_ERR_KEY_EXP, "the password has expired", "set a new password for the account"},
     {KRB5KDC_ERR_NAME_EXP, "the account has expired", ASK_ADMINISTRATOR},
@@ -227,7 +224,9 @@ bool KerberosTicket::refused(const std::string& step, krb5_error_code code) {
 }
 
 bool KerberosTicket::clockIsWrong() const {
-  return std::labs(static_cast<long>(serverTime - std::time(nullptr))) > CLOCKS_MAY_DIFFER;
+  // libkrb5's times are unsigned from 2038 on, whatever their type says.
+  const std::int64_t there = static_cast<std::uint32_t>(serverTime);
+  return std::abs(there - std::int64_t{std::time(nullptr)}) > CLOCKS_MAY_DIFFER;
 }
 
 }  // namespace VESK::directory

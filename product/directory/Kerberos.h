@@ -43,6 +43,9 @@ using Krb5PrivateCache = Krb5Owned<krb5_ccache, krb5_cc_destroy>;
 // libkrb5's words for a code.
 std::string krb5Message(krb5_context context, krb5_error_code code);
 
+// The hint for clocks that are too far apart.
+constexpr const char* SAME_TIME = "give this machine and the servers the same time, as from NTP";
+
 struct KerberosFailure {
   std::string step;
   std::string peer;  // the key server, or this machine

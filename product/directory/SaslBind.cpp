@@ -73,10 +73,7 @@ int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool
     return fail(budget, STEP, "the server has no GSSAPI mechanism" + words,
                 "let the server offer GSSAPI");
   }
-  if (clockIsWrong) {
-    return fail(budget, STEP, "clock skew" + words,
-                "give this machine and the servers the same time, as from NTP");
-  }
+  if (clockIsWrong) return fail(budget, STEP, "clock skew" + words, SAME_TIME);
   return code > 0 ? fail(budget, STEP, code)
                   : fail(budget, STEP, "GSSAPI failed" + words,
                          "check the server's keytab, and krb5.conf on both machines");
