@@ -18,7 +18,6 @@ constexpr const char* BASE = "dc=example,dc=com";
 constexpr const char* ADMIN = "cn=admin,dc=example,dc=com";
 constexpr const char* PASSWORD = "secret-admin";  // of the server that bench/run starts
 constexpr std::size_t AT_ONCE = 1500;             // values, as Active Directory sends them
-constexpr std::size_t UNLIMITED = 1000000;
 
 constexpr floor_membership BY_LEVEL{
     "(|(objectClass=inetOrgPerson)(objectClass=posixAccount))",
@@ -73,7 +72,7 @@ void count(const std::string& figure, const std::string& who, const LdapFront::T
 
 void ranges(int port, int members) {
   const std::string figure = "group of " + std::to_string(members);
-  LdapFront whole(port, UNLIMITED);
+  LdapFront whole(port, LdapFront::ALL_AT_ONCE);
   LdapFront front(port, AT_ONCE);
   readsMembers(whole.port(), members);
   const LdapFront::Traffic least = whole.taken();
@@ -88,7 +87,7 @@ void ranges(int port, int members) {
 void closure(int port, unsigned groups, int levels) {
   const std::string figure =
       std::to_string(groups) + " groups, " + std::to_string(levels) + " levels";
-  LdapFront front(port, UNLIMITED);
+  LdapFront front(port, LdapFront::ALL_AT_ONCE);
   const int expected = levels + 2;  // where to start, and that nothing is above the top
   floorWalks(front.port(), groups);
   const LdapFront::Traffic least = front.taken();

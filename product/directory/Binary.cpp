@@ -98,6 +98,10 @@ constexpr std::array<std::string_view, 4> GUIDS = {"objectGUID", "schemaIDGUID",
 }  // namespace
 
 bool isText(std::string_view value) {
+  // Nearly every value is ASCII, which is seen many bytes at once.
+  unsigned all = 0;
+  for (const char c : value) all |= static_cast<unsigned char>(c);
+  if (all < 0x80) return value.find('\0') == std::string_view::npos;
   while (!value.empty()) {
     const std::size_t size = characterSize(value);
     if (size == 0) return false;

@@ -118,10 +118,8 @@ void LdapFront::serve(const Socket& client, const Socket& server) {
   while (receive(client, message)) {
     FirstValues first;
     ber_tag_t operation = operationOf(message);
-    if (operation == LDAP_REQ_SEARCH) {
-      count(message);
-      message = ownRanges(message, first);
-    }
+    count(operation, message);
+    if (operation == LDAP_REQ_SEARCH) message = ownRanges(message, first);
     if (!sendAll(server, message)) return;
     if (operation == LDAP_REQ_UNBIND || operation == LDAP_REQ_ABANDON) continue;
     do {
@@ -135,14 +133,15 @@ void LdapFront::serve(const Socket& client, const Socket& server) {
 }
 
 // The message's number tells nothing about what is asked.
-void LdapFront::count(const std::string& request) {
+void LdapFront::count(ber_tag_t operation, const std::string& request) {
   ber_int_t id = 0;
   berval rest{};
   const Element in = reader(request);
   ber_scanf(in.get(), "{i", &id);
   ber_skip_raw(in.get(), &rest);
   const std::lock_guard lock(mutex);
-  traffic.searches.emplace_back(rest.bv_val, rest.bv_len);
+  if (operation == LDAP_REQ_BIND) ++traffic.binds;
+  if (operation == LDAP_REQ_SEARCH) traffic.searches.emplace_back(rest.bv_val, rest.bv_len);
 }
 
 // What the server is asked in place of a search for ranges, which it knows nothing about.

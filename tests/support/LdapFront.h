@@ -5,6 +5,7 @@
 
 #include <lber.h>
 
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
@@ -19,6 +20,8 @@ class LdapFront {
   // What is wrong with the second range of an attribute.
   enum Fault { NONE, STARTS_ANEW, OVERLAPS, LEAVES_OUT, EMPTY, ABSENT, SHORTER, ENTRY_GONE };
 
+  static constexpr std::size_t ALL_AT_ONCE = SIZE_MAX / 2;
+
   LdapFront(int serverPort, std::size_t valuesAtOnce, Fault fault = NONE);
   ~LdapFront();  // the client must be gone
   LdapFront(const LdapFront&) = delete;
@@ -28,7 +31,8 @@ class LdapFront {
 
   struct Traffic {
     std::vector<std::string> searches;  // as they came, without their numbers
-    long bytesBack = 0;                 // to the client
+    int binds = 0;
+    long bytesBack = 0;  // to the client
 
     int requests() const { return static_cast<int>(searches.size()); }
     int repeated() const;  // searches that had been asked before, to the byte
@@ -46,7 +50,7 @@ class LdapFront {
   std::string inRanges(const std::string& answer, const FirstValues& first) const;
   void writeValues(BerElement* out, const berval& name, const berval* values,
                    const FirstValues& first) const;
-  void count(const std::string& request);
+  void count(ber_tag_t operation, const std::string& request);
 
   int target;
   std::size_t most;
