@@ -14,6 +14,8 @@ final class Explain implements Callable<Integer> {
     private static final Map<String, PeerMethod> METHODS =
             PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
     private static final List<String> REACH = List.of("resolve", "connect", "TLS");
+    private static final Map<String, String> HINTS = Map.of("connect", "check host, port and firewall", "TLS",
+            "check security and ca_file in section LDAP", "bind", "check account and password");
     private static final int SHOWN = 5;
     private static final int BEGINNING = 3;
 
@@ -45,6 +47,7 @@ final class Explain implements Callable<Integer> {
     @Override
     public Integer call() {
         texts = arguments.texts();
+        texts.put("groups-only", "false");
         boolean json = spec.findOption("--json").getValue();
         steps = new Steps(json);
         String user = spec.findOption("--user").getValue();
@@ -69,7 +72,9 @@ final class Explain implements Callable<Integer> {
             return steps.failed(e.status(), "settings", "vesk.ini and the vendor's script", since(start),
                     List.of(e.getMessage()), e.next());
         }
-        return steps.passed("settings", setup.summary(), since(start));
+        steps.passed("settings", setup.summary(), since(start));
+        return !InstallRoot.open().logLevel().equals("NOLOG") || steps.doubtful("log", "level NOLOG",
+                "the library tells nobody why something fails", "set ui in section log_level of vesk.ini to NORMAL");
     }
 
     // A log-in without a name is refused before it is sent, but after the server was reached.
@@ -169,8 +174,11 @@ final class Explain implements Callable<Integer> {
 
     private boolean member(String user, String group) {
         long start = System.nanoTime();
-        String asked = user + " in " + group;
-        Answer answer = ask("LdapJNI.isLDAPGroupContainAnotherUTF8", Map.of("MEMBER", user, "GROUP", group));
+        // Groups know users by their names, which need not be what they log in with.
+        List<String> names = names(ask("LdapJNI.searchLDAPUTF8", Map.of("TEXT", user)));
+        String name = names.size() == 1 ? names.get(0) : user;
+        String asked = name + " in " + group;
+        Answer answer = ask("LdapJNI.isLDAPGroupContainAnotherUTF8", Map.of("MEMBER", name, "GROUP", group));
         return answer.code() == 0 ? steps.passed("member", asked, since(start))
                 : fail("member", asked, answer, start, List.of());
     }
@@ -212,7 +220,7 @@ final class Explain implements Callable<Integer> {
         }
         why.addAll(clues);
         Steps.Logged last = logged.isEmpty() ? null : logged.get(logged.size() - 1);
-        String cures = meaning == null ? "read the log" : meaning.cures();
+        String cures = HINTS.getOrDefault(step, meaning == null ? "read the log" : meaning.cures());
         String next = last != null && last.hint() != null ? last.hint() : cures;
         Long ms = last == null || last.ms() == null ? since(start) : last.ms();
         return steps.failed(answer.status(), step, asked, ms, why, next);

@@ -1,8 +1,11 @@
 package com.brelvik.vesk.ui.ctl;
 
+import java.io.EOFException;
 import java.io.IOException;
+import java.net.InetAddress;
 import java.net.InetSocketAddress;
 import java.net.Socket;
+import java.net.UnknownHostException;
 import java.nio.charset.StandardCharsets;
 import java.security.GeneralSecurityException;
 import java.security.KeyStore;
@@ -16,6 +19,7 @@ import java.util.Date;
 import java.util.List;
 import java.util.Locale;
 import javax.net.ssl.SSLContext;
+import javax.net.ssl.SSLException;
 import javax.net.ssl.SSLSocket;
 import javax.net.ssl.TrustManager;
 import javax.net.ssl.TrustManagerFactory;
@@ -31,6 +35,7 @@ final class TlsProbe {
     private final int port;
     private final boolean startTls;
     private final List<X509Certificate> chain = new ArrayList<>();
+    private String refusal = "";
 
     TlsProbe(String host, int port, boolean startTls) {
         this.host = host;
@@ -52,15 +57,22 @@ final class TlsProbe {
             try (SSLSocket tls = (SSLSocket) context.getSocketFactory().createSocket(plain, host, port, true)) {
                 tls.startHandshake();
             }
+        } catch (SSLException e) {
+            // A server without TLS hangs up, or answers in its own protocol.
+            boolean isNone = e.getCause() instanceof EOFException || e.getMessage().contains("unrecognized");
+            refusal = isNone ? "" : e.getMessage();
         } catch (IOException | GeneralSecurityException e) {
             return !chain.isEmpty();
         }
-        return !chain.isEmpty();
+        return !chain.isEmpty() || !refusal.isEmpty();
     }
 
     List<String> clues(Collection<? extends Certificate> trusted) {
         if (!look()) {
             return List.of("no TLS is spoken at this port" + (startTls ? " after StartTLS" : "; maybe with StartTLS"));
+        }
+        if (chain.isEmpty()) {
+            return List.of("the VM does not get through either: " + refusal);
         }
         X509Certificate shown = chain.get(0);
         List<String> names = names(shown);
@@ -79,10 +91,19 @@ final class TlsProbe {
     }
 
     private boolean fits(String name) {
-        String wanted = host.toLowerCase(Locale.ROOT);
+        String wanted = host.contains(":") ? address() : host.toLowerCase(Locale.ROOT);
         String given = name.toLowerCase(Locale.ROOT);
         return given.equals(wanted) || given.startsWith("*.") && wanted.contains(".")
                 && given.substring(1).equals(wanted.substring(wanted.indexOf('.')));
+    }
+
+    // In the spelling of the certificate's.
+    private String address() {
+        try {
+            return InetAddress.getByName(host).getHostAddress();
+        } catch (UnknownHostException e) {
+            return host;
+        }
     }
 
     private static List<String> names(X509Certificate certificate) {
