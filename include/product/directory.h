@@ -231,7 +231,8 @@ class UserDAO : public BvVeskDAO {
 
 // Nested groups: each group is listed once, and a cycle ends the walk as any known group does; the
 // group that was asked about is not listed. A name that several groups or users have stands for all
-// of them, one that none has gives an empty list and success.
+// of them, one that none has gives an empty list and success. A user's primary group counts where
+// the vendor's script tells how to find it.
 class GroupDAO : public BvVeskDAO {
  public:
   GroupDAO();
