@@ -13,7 +13,7 @@ namespace VESK::notify {
 
 namespace {
 
-// A line of a header holds no more, and the parser calls itself for each group in a group.
+// A line of a header holds no more.
 constexpr std::size_t LONGEST_ENTRY = 998;
 constexpr std::size_t LONGEST_ADDRESS = 254;
 constexpr std::size_t LONGEST_LOCAL_PART = 64;

@@ -3,6 +3,7 @@
 #include <gmime/gmime.h>
 #include <gmock/gmock.h>
 #include <sched.h>
+#include <sys/inotify.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -145,7 +146,7 @@ TEST_F(NotifyTest, LongSettingsTakeNoLongerThanTheirLength) {
     hundred += "User " + std::to_string(i) + " <u" + std::to_string(i) + "@x.org>;";
   const std::string all = recipientsOf(hundred);
   EXPECT_EQ(99, std::count(all.begin(), all.end(), '|'));
-  for (const char* part : {"\"\\", "(", "<", "a:", "\\", "<\""}) {
+  for (const char* part : {"\"\\", "(", "<", "a:", "\\", "<\\\""}) {
     std::string setting;
     while (setting.size() < 2'000'000) setting += part;
     EXPECT_EQ("", recipientsOf(setting)) << part;
@@ -325,6 +326,23 @@ TEST_F(NotifyTest, FileSizeLimitIsAnErrorNotTheEnd) {
   setrlimit(RLIMIT_FSIZE, &before);
   EXPECT_EQ((std::set<std::string>{"small.AF", "small.DF"}), namesIn(queue));
   EXPECT_THAT(home.newLog(), HasSubstr("notify: write failed at " + queue + "/large.DF after "));
+}
+
+// What a reader sees that watches the folder.
+TEST_F(NotifyTest, MessageAppearsBeforeItsControlFile) {
+  const int watch = inotify_init1(IN_NONBLOCK);
+  ASSERT_LE(0, inotify_add_watch(watch, queue.c_str(), IN_MOVED_TO));
+  EXPECT_EQ(0, compose(queue, "m"));
+  alignas(inotify_event) char events[4096] = {};
+  const ssize_t length = read(watch, events, sizeof events);
+  close(watch);
+  std::string order;
+  for (ssize_t at = 0; at < length;) {
+    const auto* event = reinterpret_cast<const inotify_event*>(events + at);
+    order += std::string(event->name) + " ";
+    at += static_cast<ssize_t>(sizeof *event + event->len);
+  }
+  EXPECT_EQ("m.DF m.AF ", order);
 }
 
 TEST_F(NotifyTest, KilledAtAnyMomentNoControlFileStandsAlone) {
