@@ -6,7 +6,9 @@ tool=$(basename "$0")
 real=/usr/bin/$tool
 [ -x "$real" ] || real=/usr/sbin/$tool
 for argument; do
-  case ${argument%.service} in slapd | krb5-kdc | krb5-admin-server) own=${argument%.service} ;; esac
+  case ${argument%.service} in
+    slapd | krb5-kdc | krb5-admin-server | smbd | nmbd | samba-ad-dc) own=${argument%.service} ;;
+  esac
 done
 [ -n "${own:-}" ] || exec "$real" "$@"
 case "$tool $*" in
