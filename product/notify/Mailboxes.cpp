@@ -113,10 +113,13 @@ bool isPlain(std::string_view text) {
   return true;
 }
 
+// A name, or an IP address in square brackets. The parser takes brackets around anything.
 bool isMailDomain(std::string_view domain) {
-  if (domain.front() == '[') return domain.back() == ']';
-  return std::all_of(domain.begin(), domain.end(),
-                     [](char c) { return g_ascii_isalnum(c) || c == '-' || c == '.' || c == '_'; });
+  const bool literal = domain.size() > 2 && domain.front() == '[' && domain.back() == ']';
+  if (literal) domain = domain.substr(1, domain.size() - 2);
+  return std::all_of(domain.begin(), domain.end(), [literal](char c) {
+    return g_ascii_isalnum(c) || c == '-' || c == '.' || c == (literal ? ':' : '_');
+  });
 }
 
 // What the parser lets through and a mail system does not.
