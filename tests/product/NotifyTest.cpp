@@ -234,6 +234,22 @@ TEST_F(NotifyTest, MailReadsBackAsItWasGiven) {
   }
 }
 
+// Encoded twice, looking encoded, and beside one that leaves a quotation open.
+TEST_F(NotifyTest, RecipientsReportedGoodAllGetTheMail) {
+  std::string setting =
+      "=?utf-8?q?=3D=3Futf-8=3Fq=3Fa=3D0ABcc=3A_x=3F=3D?= <n@x.org>;=?x?=@x.org;\"B;\" <b@x.org>";
+  std::vector<std::string> recipients;
+  EXPECT_TRUE(checkToAddress(setting, recipients));
+  recipients.insert(recipients.begin() + 2, "\"Open <o@x.org>");
+  EXPECT_EQ(0, compose(queue, "m", "text", recipients));
+  EXPECT_THAT(dir.read("queue/m.AF"), HasSubstr("\nRecipient: <n@x.org>\nRecipient: <=?x?=@x.org>\n"
+                                                "Recipient: <o@x.org>\nRecipient: <b@x.org>\n"));
+  const std::string message = dir.read("queue/m.DF");
+  EXPECT_EQ("\"=?utf-8?q?a=0ABcc: x?=\" <n@x.org>, =?x?=@x.org, Open <o@x.org>, \"B;\" <b@x.org>",
+            ReadMail(message).to);
+  EXPECT_THAT(message, HasSubstr("\n =?x?=@x.org,\n"));
+}
+
 // Without a sender the envelope has the null sender and the header the machine's mail system.
 TEST_F(NotifyTest, SenderThatIsNoneIsTheNullSender) {
   const std::pair<const char*, long> cases[] = {
