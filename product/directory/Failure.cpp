@@ -28,7 +28,9 @@ const char* hintOf(const Failure& failure) {
     case LDAP_NO_SUCH_OBJECT:
     case LDAP_INVALID_DN_SYNTAX:
     case LDAP_REFERRAL:
-      return "check the base DN";
+      return std::strcmp(failure.step, "bind") == 0
+                 ? "give the account as the server wants it, mostly its full DN"
+                 : "check the base DN";
     case LDAP_SIZELIMIT_EXCEEDED:
     case LDAP_ADMINLIMIT_EXCEEDED:
     case LDAP_TIMELIMIT_EXCEEDED:
