@@ -27,6 +27,9 @@ public @interface ConsoleCommand {
     /** Part of a line that the method logs when it answers success but has failed; empty where it does not. */
     String denial() default "";
 
-    /** What it means when the list stays empty. */
+    /** The files that a success leaves in the queue of notifications, as a glob; empty where it leaves none. */
+    String queues() default "";
+
+    /** What has failed when the list stays empty; empty where that is an answer. */
     String empty() default "";
 }
