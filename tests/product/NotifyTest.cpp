@@ -1,16 +1,15 @@
 // Notification mails, read back as a queue reader and a mail program would, and texts by language.
-#include <fcntl.h>
 #include <gmime/gmime.h>
 #include <gmock/gmock.h>
 #include <sched.h>
-#include <sys/inotify.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <set>
 #include <thread>
 
@@ -19,6 +18,32 @@
 
 namespace {
 
+thread_local std::string diskCalls;
+std::atomic<bool> renamesReplace = false;  // as on a file system that cannot do otherwise
+
+}  // namespace
+
+#define IN_FRONT_OF_LIBC extern "C" __attribute__((visibility("default"))) int
+
+IN_FRONT_OF_LIBC fsync(int file) {
+  struct stat status {};
+  fstat(file, &status);
+  diskCalls += S_ISDIR(status.st_mode) ? "sync folder, " : "sync file, ";
+  return static_cast<int>(syscall(SYS_fsync, file));
+}
+
+IN_FRONT_OF_LIBC renameat2(int from, const char* name, int to, const char* newName,
+                           unsigned flags) noexcept {
+  diskCalls += std::string(newName) + ", ";
+  if (!renamesReplace)
+    return static_cast<int>(syscall(SYS_renameat2, from, name, to, newName, flags));
+  errno = EINVAL;
+  return -1;
+}
+
+namespace {
+
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
@@ -26,17 +51,13 @@ constexpr const char* MESSAGES = VESK_BINARY_DIR "/share/vesk/resource/messages"
 constexpr const char* TITLE = "SYNC_FAIL_NOTIFY_TITLE";
 constexpr const char* CONTENT = "SYNC_FAIL_NOTIFY_CONTENT";
 
-std::string joined(const std::vector<std::string>& texts) {
-  std::string all;
-  for (const std::string& text : texts) all += (all.empty() ? "" : " | ") + text;
-  return all;
-}
-
 std::string recipientsOf(std::string setting) {
   std::vector<std::string> recipients{"from an earlier call"};
   const bool any = checkToAddress(setting, recipients);
   EXPECT_NE(any, recipients.empty());
-  return joined(recipients);
+  std::string all;
+  for (const std::string& text : recipients) all += (all.empty() ? "" : " | ") + text;
+  return all;
 }
 
 // Gives the result of composing NAME.AF and NAME.DF.
@@ -85,6 +106,7 @@ TEST_F(NotifyTest, ThreadsWithTheSameNameGetOnePairAndTheirOwnLanguage) {
   std::atomic<int> written = 0;
   const auto work = [&](const char* locale, const char* start) {
     for (int round = 0; round < ROUNDS; ++round) {
+      renamesReplace = round % 2 != 0;
       const int code = compose(queue, std::to_string(round));
       written += code == 0;
       EXPECT_TRUE(code == 0 || code == VESK::NOTIFY_EXISTS) << code;
@@ -101,13 +123,14 @@ TEST_F(NotifyTest, ThreadsWithTheSameNameGetOnePairAndTheirOwnLanguage) {
     threads.emplace_back(work, "C", "LDAP Cache");
   }
   for (std::thread& thread : threads) thread.join();
+  renamesReplace = false;
   EXPECT_EQ(ROUNDS, written);
   EXPECT_EQ(2u * ROUNDS, namesIn(queue).size());
 }
 
 TEST_F(NotifyTest, AddressListsAsPeopleWriteThem) {
   const struct {
-    const char* setting;
+    std::string setting;
     const char* recipients;
     long refused;
   } cases[] = {
@@ -131,6 +154,11 @@ TEST_F(NotifyTest, AddressListsAsPeopleWriteThem) {
       {"-oQ/tmp@x.org;jörg@x.org;\xff@x.org;a@[x> <y];a@[]", "", 5},
       {"a@x.org\r\nBcc: b@x.org;\"a\nb\" <c@x.org>;=?utf-8?q?a=0AB?= <d@x.org>;e@x.org", "e@x.org",
        3},
+      {"Ann\n Lee <a@x.org>;b@x.org (\x01)", "", 2},
+      {"Ann <a@x.org> (" + std::string(982, 'x') + ")", "Ann <a@x.org>", 0},
+      {"Ann <a@x.org> (" + std::string(983, 'x') + ");\"=?" + std::string(400, '!') +
+           "\" <a@x.org>",
+       "", 2},
   };
   testing::internal::CaptureStderr();
   for (const auto& [setting, recipients, refused] : cases) {
@@ -142,10 +170,10 @@ TEST_F(NotifyTest, AddressListsAsPeopleWriteThem) {
 
 TEST_F(NotifyTest, LongSettingsTakeNoLongerThanTheirLength) {
   std::string hundred;
-  for (int i = 0; i < 100; ++i)
-    hundred += "User " + std::to_string(i) + " <u" + std::to_string(i) + "@x.org>;";
+  while (hundred.size() < 1300) hundred += "U <u" + std::to_string(hundred.size()) + "@x.org>;";
   const std::string all = recipientsOf(hundred);
-  EXPECT_EQ(99, std::count(all.begin(), all.end(), '|'));
+  EXPECT_EQ(std::count(hundred.begin(), hundred.end(), ';'),
+            1 + std::count(all.begin(), all.end(), '|'));
   for (const char* part : {"\"\\", "(", "<", "a:", "\\", "<\\\""}) {
     std::string setting;
     while (setting.size() < 2'000'000) setting += part;
@@ -154,36 +182,24 @@ TEST_F(NotifyTest, LongSettingsTakeNoLongerThanTheirLength) {
   }
 }
 
-std::size_t longestLine(const std::string& text) {
-  std::size_t longest = 0;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) longest = std::max(longest, line.size());
-  return longest;
-}
-
 struct ReadMail {
   explicit ReadMail(const std::string& text) {
     GMimeStream* stream = g_mime_stream_mem_new_with_buffer(text.data(), text.size());
     GMimeParser* parser = g_mime_parser_new_with_stream(stream);
     GMimeMessage* message = g_mime_parser_construct_message(parser, nullptr);
     GMimeObject* part = g_mime_message_get_mime_part(message);
-    gchar* body = g_mime_text_part_get_text(GMIME_TEXT_PART(part));
     subject = g_mime_message_get_subject(message);
-    text8 = body;
     charset = g_mime_object_get_content_type_parameter(part, "charset");
-    from = addresses(g_mime_message_get_from(message));
-    to = addresses(g_mime_message_get_to(message));
-    g_free(body);
+    body = taken(g_mime_text_part_get_text(GMIME_TEXT_PART(part)));
+    from = taken(internet_address_list_to_string(g_mime_message_get_from(message), nullptr, FALSE));
+    to = taken(internet_address_list_to_string(g_mime_message_get_to(message), nullptr, FALSE));
     for (gpointer object : {gpointer(message), gpointer(parser), gpointer(stream)})
       g_object_unref(object);
   }
-  static std::string addresses(InternetAddressList* list) {
-    gchar* text = internet_address_list_to_string(list, nullptr, FALSE);
-    const std::string result = text;
-    g_free(text);
-    return result;
+  static std::string taken(gchar* text) {
+    return std::unique_ptr<gchar, decltype(&g_free)>(text, g_free).get();
   }
-  std::string subject, text8, charset, from, to;
+  std::string subject, body, charset, from, to;
 };
 
 TEST_F(NotifyTest, MailReadsBackAsItWasGiven) {
@@ -214,21 +230,20 @@ TEST_F(NotifyTest, MailReadsBackAsItWasGiven) {
     const std::string message = dir.read("queue/m.DF");
     const ReadMail mail(message);
     EXPECT_EQ(subject, mail.subject);
-    EXPECT_EQ(body, mail.text8);
+    EXPECT_EQ(body, mail.body);
     EXPECT_EQ(charset, mail.charset);
     EXPECT_EQ("Jörg <j@x.de>", mail.from);
     EXPECT_EQ("\"Lee; Ann\" <ann@x.org>, b@x.org", mail.to);
     EXPECT_EQ(std::string::npos, message.find_first_of("\r\x80\xc3\xe3"));
-    EXPECT_LE(longestLine(message), 998u);
+    EXPECT_THAT(message, Not(ContainsRegex("[^\n]{999}")));
     EXPECT_THAT(message, HasSubstr("\nAuto-Submitted: auto-generated\n"));
-    gchar* sum =
-        g_compute_checksum_for_string(G_CHECKSUM_SHA256, message.data(), gssize(message.size()));
+    const std::string sum =
+        ReadMail::taken(g_compute_checksum_for_string(G_CHECKSUM_SHA256, message.c_str(), -1));
     EXPECT_THAT(dir.read("queue/m.AF"),
                 MatchesRegex("VESK-Mail: 1\nMessage: m.DF\nBytes: " +
                              std::to_string(message.size()) + "\nSHA-256: " + sum +
                              "\nTime: 20..-..-..T..:..:..Z\nSender: <bounce@x.de>\n"
                              "Recipient: <ann@x.org>\nRecipient: <b@x.org>\n"));
-    g_free(sum);
     expectLogLines(logged, asked == nullptr ? "none" : asked);
     emptyQueue();
   }
@@ -303,28 +318,26 @@ TEST_F(NotifyTest, RefusalsLeaveTheQueueAsItWas) {
     const char* folder;
     const char* control;
     const char* data;
-    std::vector<std::string> recipients;
+    std::size_t recipients;
   } cases[] = {
-      {VESK::NOTIFY_BAD_ARGUMENT, nullptr, "a.AF", "a.DF", {"a@x.org"}},
-      {VESK::NOTIFY_BAD_ARGUMENT, "", "a.AF", "a.DF", {"a@x.org"}},
-      {VESK::NOTIFY_BAD_ARGUMENT, "queue", nullptr, "a.DF", {"a@x.org"}},
-      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "a.AF", "../a.DF", {"a@x.org"}},
-      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "..", "a.DF", {"a@x.org"}},
-      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "a.AF", "a\nb", {"a@x.org"}},
-      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "a", "a", {"a@x.org"}},
-      {VESK::NOTIFY_NO_RECIPIENT, "queue", "a.AF", "a.DF", {}},
-      {VESK::NOTIFY_NO_QUEUE, "missing", "a.AF", "a.DF", {"a@x.org"}},
-      {VESK::NOTIFY_NO_QUEUE, "file", "a.AF", "a.DF", {"a@x.org"}},
-      {VESK::NOTIFY_EXISTS, "queue", "new.AF", "old.DF", {"a@x.org"}},
-      {VESK::NOTIFY_EXISTS, "queue", "half.AF", "half.DF", {"a@x.org"}},
-      {VESK::NOTIFY_NOT_WRITTEN, "queue", tooLong.c_str(), "a.DF", {"a@x.org"}},
+      {VESK::NOTIFY_BAD_ARGUMENT, nullptr, "a.AF", "a.DF", 1},
+      {VESK::NOTIFY_BAD_ARGUMENT, "queue", nullptr, "a.DF", 1},
+      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "a.AF", "../a.DF", 1},
+      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "..", "a.DF", 1},
+      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "a.AF", "a\nb", 1},
+      {VESK::NOTIFY_BAD_ARGUMENT, "queue", "a", "a", 1},
+      {VESK::NOTIFY_NO_RECIPIENT, "queue", "a.AF", "a.DF", 0},
+      {VESK::NOTIFY_NO_QUEUE, "missing", "a.AF", "a.DF", 1},
+      {VESK::NOTIFY_NO_QUEUE, "file", "a.AF", "a.DF", 1},
+      {VESK::NOTIFY_EXISTS, "queue", "new.AF", "old.DF", 1},
+      {VESK::NOTIFY_EXISTS, "queue", "half.AF", "half.DF", 1},
+      {VESK::NOTIFY_NOT_WRITTEN, "queue", tooLong.c_str(), "a.DF", 1},
   };
   for (const auto& [code, folder, control, data, recipients] : cases) {
-    const std::string path = folder == nullptr || *folder == 0 ? "" : dir.path(folder);
-    std::vector<std::string> to = recipients;
+    const std::string path = folder == nullptr ? "" : dir.path(folder);
+    std::vector<std::string> to(recipients, std::string("a@x.org"));
     EXPECT_EQ(code, NotifyMailCompose("/home", folder == nullptr ? nullptr : path.c_str(), control,
-                                      data, "us-ascii", "", "", to, "s", "b"))
-        << data;
+                                      data, "us-ascii", "", "", to, "s", "b"));
     expectLogLines(1, data);
   }
   EXPECT_EQ((std::set<std::string>{"old.DF", "half.AF"}), namesIn(queue));
@@ -344,69 +357,32 @@ TEST_F(NotifyTest, FileSizeLimitIsAnErrorNotTheEnd) {
   EXPECT_THAT(home.newLog(), HasSubstr("notify: write failed at " + queue + "/large.DF after "));
 }
 
-// What a reader sees that watches the folder.
-TEST_F(NotifyTest, MessageAppearsBeforeItsControlFile) {
-  const int watch = inotify_init1(IN_NONBLOCK);
-  ASSERT_LE(0, inotify_add_watch(watch, queue.c_str(), IN_MOVED_TO));
+// Neither a killed process nor a power cut leaves a control file without its message.
+TEST_F(NotifyTest, MessageIsOnTheDiskBeforeItsControlFileAppears) {
+  diskCalls.clear();
   EXPECT_EQ(0, compose(queue, "m"));
-  alignas(inotify_event) char events[4096] = {};
-  const ssize_t length = read(watch, events, sizeof events);
-  close(watch);
-  std::string order;
-  for (ssize_t at = 0; at < length;) {
-    const auto* event = reinterpret_cast<const inotify_event*>(events + at);
-    order += std::string(event->name) + " ";
-    at += static_cast<ssize_t>(sizeof *event + event->len);
-  }
-  EXPECT_EQ("m.DF m.AF ", order);
-}
-
-TEST_F(NotifyTest, KilledAtAnyMomentNoControlFileStandsAlone) {
-  int mails = 0;
-  for (int round = 0; round < 30; ++round) {
-    const pid_t child = fork();
-    if (child == 0) {
-      for (int i = 0;; ++i) compose(queue, std::to_string(round) + "." + std::to_string(i));
-    }
-    usleep(3000 + static_cast<useconds_t>(round) * 337);
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-  }
-  for (const std::string& name : namesIn(queue)) {
-    if (name.find(".AF") == std::string::npos) continue;
-    const std::string data = dir.read("queue/" + name.substr(0, name.size() - 2) + "DF");
-    EXPECT_THAT(dir.read("queue/" + name),
-                HasSubstr("\nBytes: " + std::to_string(data.size()) + "\n"));
-    ++mails;
-  }
-  EXPECT_GT(mails, 0);
+  EXPECT_EQ("m.DF, sync file, sync file, sync folder, m.AF, sync folder, ", diskCalls);
 }
 
 TEST_F(NotifyTest, LanguageComesFromTheLocaleNameAlone) {
-  const std::string english =
-      "LDAP Cache Server Synchronization Failed / Schedule synchronization for LDAP Cache Server "
-      "failed, please check your LDAP settings and connections.";
-  const std::string german =
-      "Synchronisierung des LDAP-Cache-Servers fehlgeschlagen / Die geplante Synchronisierung des "
-      "LDAP-Cache-Servers ist fehlgeschlagen. Bitte prüfen Sie Ihre LDAP-Einstellungen und "
-      "-Verbindungen.";
-  const std::string japanese =
-      "LDAPキャッシュサーバの同期に失敗しました / "
-      "LDAPキャッシュサーバのスケジュール同期に失敗しました。"
-      "LDAPの設定と接続状態を確認してください。";
   const std::string tooLong = "de_" + std::string(1'000'000, '_');
-  const std::pair<std::string, std::vector<const char*>> cases[] = {
-      {german, {"de_DE", "de", "de_DE@euro", "de_CH.UTF-8"}},
-      {japanese, {"ja_JP"}},
-      {english, {nullptr, "", "C", "POSIX", "en_US", "xx_YY", "root", "_de", "%s\xff"}},
-      {english, {"../messages/de", tooLong.c_str()}},
+  const struct {
+    const char* text;
+    std::vector<const char*> locales;
+  } cases[] = {
+      {"Synchronisierung des .*: Die geplante .*", {"de_DE", "de", "de_DE@euro", "de_CH.UTF-8"}},
+      {"LDAPキャッシュサーバの同期に.*: LDAPキャッシュサーバのスケジュール.*", {"ja_JP"}},
+      {"LDAP Cache Server Synchronization Failed: Schedule synchronization for LDAP Cache Server "
+       "failed, please check your LDAP settings and connections.",
+       {nullptr, "", "C", "POSIX", "en_US", "xx_YY", "root", "_de", "%s\xff", "../messages/de",
+        tooLong.c_str()}},
   };
-  for (const auto& [texts, locales] : cases) {
+  for (const auto& [text, locales] : cases) {
     for (const char* locale : locales) {
       VESK::BvResbundle bundle;
       EXPECT_EQ(0, bundle._init(MESSAGES, "LDAPCacheServer", locale));
       const std::string title = bundle.getString(TITLE, "none");
-      EXPECT_EQ(texts, title + " / " + bundle.getString(CONTENT, "none")) << locale;
+      EXPECT_THAT(title + ": " + bundle.getString(CONTENT, "none"), MatchesRegex(text));
       EXPECT_STREQ("none", bundle.getString("UNKNOWN", "none"));
       EXPECT_EQ(nullptr, bundle.getString(nullptr, nullptr));
     }
