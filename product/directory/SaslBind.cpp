@@ -108,6 +108,10 @@ int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool
                 "let the server offer GSSAPI");
   }
   if (clockIsWrong) return fail(budget, STEP, "clock skew" + words, SAME_TIME);
+  if (words.find(krb5Message(nullptr, KRB5_CC_NOTFOUND)) != std::string::npos) {
+    return fail(budget, STEP, "DNS gives the server one name and then another" + words,
+                "set dns_canonicalize_hostname = false in krb5.conf, [libdefaults]");
+  }
   return code > 0 ? fail(budget, STEP, code)
                   : fail(budget, STEP, "GSSAPI failed" + words,
                          "check the server's keytab, and krb5.conf on both machines");
