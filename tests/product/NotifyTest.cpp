@@ -135,7 +135,7 @@ TEST_F(NotifyTest, AddressListsAsPeopleWriteThem) {
       {"\"Ann ann@x.org;a@x.org <a@x.org>", "\"a@x.org\" <a@x.org>", 1},
       {"ann@x.org (Ann;ann@x.org bob@x.org;b@x.org", "b@x.org", 2},
       {"-oQ/tmp@x.org;jörg@x.org;\xff@x.org;a@[x> <y];a@[]", "", 5},
-      {"Ann\n Lee <a@x.org>;b@x.org (\x01)", "", 2},
+      {"Ann <a@x.org> (\x01);Ann <a@x.org> (\xff)", "", 2},
       {"a@x.org\r\nBcc: b@x.org;\"a\nb\" <c@x.org>;=?utf-8?q?a=0AB?= <d@x.org>", "", 3},
       {"Ann <a@x.org> (" + std::string(982, 'x') + ")", "Ann <a@x.org>", 0},
       {"Ann <a@x.org> (" + std::string(983, 'x') + ");\"=?" + std::string(400, '!') +
@@ -195,8 +195,7 @@ TEST_F(NotifyTest, MailReadsBackAsItWasGiven) {
     long logged;
   } cases[] = {
       {"us-ascii", "us-ascii", "plain", "text\n.\nFrom here\n", 0},
-      {nullptr, "us-ascii", "plain", "text\n", 0},
-      {"us-ascii", "utf-8", "Größe", "text\n", 1},
+      {nullptr, "utf-8", "Größe", "text\n", 1},
       {"ISO-8859-1", "ISO-8859-1", "Größe", "prüfen\n", 0},
       {"ISO-8859-1", "utf-8", "Größe", "10 €\n", 1},
       {"iso-2022-jp", "iso-2022-jp", japanese, japanese + "\n", 0},
@@ -383,8 +382,7 @@ TEST_F(NotifyTest, DamagedTextsAreNeverOpened) {
     expectLogLines(1, file);
   }
   VESK::BvResbundle bundle;
-  EXPECT_NE(0, bundle._init(MESSAGES, "NoSuchModule", "de"));
-  EXPECT_NE(0, bundle._init(nullptr, nullptr, nullptr));
+  EXPECT_TRUE(bundle._init(MESSAGES, "NoSuch", "de") && bundle._init(nullptr, nullptr, nullptr));
   expectLogLines(2, "a line each");
 }
 
