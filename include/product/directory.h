@@ -169,8 +169,8 @@ class BvLDAPScript {
 
 // The service principal ("HTTP/gate.example.com@EXAMPLE.COM") that a keytab file holds, cut at
 // bufferSize - 1 bytes, and not within a character. When there are several, the newest entry
-// counts. False, with a line in the log, when the file is missing, unreadable, damaged, or has no
-// service principal; `buffer` is then the empty text.
+// counts. False, with a line in the log, when the file is missing, unreadable, damaged, larger
+// than 1 MB, or has no service principal; `buffer` is then the empty text.
 bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize);
 
 }  // namespace VESK
