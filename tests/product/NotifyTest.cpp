@@ -130,7 +130,7 @@ TEST_F(NotifyTest, AddressListsAsPeopleWriteThem) {
       {"ann@x.org;Ann@x.org;ann@X.ORG;Ann Lee <ann@x.org>", "ann@x.org | Ann@x.org", 0},
       {"Jörg <j@bücher.example>", "Jörg <j@xn--bcher-kva.example>", 0},
       {"\"a;b\"@x.org;a@[::1];o'b+c@x.org", "\"a;b\"@x.org | a@[::1] | o'b+c@x.org", 0},
-      {"root;ann@;@x.org;Ann <>;a b@x.org;a@x..org;a@b@c;a@b_c/d", "", 8},
+      {"root;ann@;@x.org;Ann <>;a b@x.org;a@x..org;a@b@c;<a@b@c>;a@b_c/d", "", 9},
       {"Ann <ann@x.org;b@x.org", "Ann <ann@x.org> | b@x.org", 0},
       {"\"Ann ann@x.org;a@x.org <a@x.org>", "\"a@x.org\" <a@x.org>", 1},
       {"ann@x.org (Ann;ann@x.org bob@x.org;b@x.org", "b@x.org", 2},
