@@ -12,12 +12,18 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <functional>
 
 #include "ResultCode.h"
 
-// The sizes of command line buffers; the text is one byte shorter.
+// The sizes of command line buffers; the text is one byte shorter. The wizard's actions leave one
+// more byte of the buffer unused than its queries do.
 inline constexpr std::size_t wizardCommandSize = 260;
+inline constexpr std::size_t wizardActionSize = 259;
 inline constexpr std::size_t postfixCommandSize = 1024;
+inline constexpr std::size_t verifierCommandSize = 511;  // of certificates
+inline constexpr std::size_t policyCommandSize = 256;
+inline constexpr std::size_t backupCommandSize = 2047;
 
 class CommandLine {
  public:
@@ -46,6 +52,11 @@ struct OutputLine {
 // status ignored. Returns 0, 101 or 102.
 [[nodiscard]] jint readFirstLine(const char* command, OutputLine& line);
 
+// Hands over each line of the command's output as readFirstLine reads it; a longer line arrives in
+// pieces. Returns 0 or 101.
+using LineTaker = std::function<void(OutputLine& line)>;
+[[nodiscard]] jint readLines(const char* command, const LineTaker& take);
+
 // Runs the command and waits; the raw wait status (exit code times 256), -1 when it was not
 // started.
 [[nodiscard]] int runInShell(const char* command);
@@ -58,6 +69,10 @@ struct OutputLine {
 // (null list), 501 or 503.
 [[nodiscard]] jint queryToList(JNIEnv* env, jobject list, const char* method, std::size_t size,
                                const char* format, ...) __attribute__((format(printf, 5, 6)));
+
+// The second half of queryToList, for a command line that is already formed.
+[[nodiscard]] jint firstLineToList(JNIEnv* env, jobject list, const char* method,
+                                   const char* command);
 
 // Existence test: 0 when the command prints a line; 100, 101 or 102 otherwise. Nothing is logged.
 [[nodiscard]] jint commandPrints(std::size_t size, const char* format, ...)

@@ -49,6 +49,15 @@ jint readFirstLine(const char* command, OutputLine& line) {
   return result::success;
 }
 
+jint readLines(const char* command, const LineTaker& take) {
+  keepDescriptorsFromCommand();
+  const ProcessOutput output(popen(command, "r"));
+  if (!output) return result::commandNotStarted;
+  OutputLine line;
+  while (std::fgets(line.text, sizeof line.text, output.get()) != nullptr) take(line);
+  return result::success;
+}
+
 int runInShell(const char* command) {
   keepDescriptorsFromCommand();
   return std::system(command);
@@ -64,8 +73,12 @@ jint queryToList(JNIEnv* env, jobject list, const char* method, std::size_t size
   va_end(arguments);
   if (!formed) return result::commandNotFormed;
   LogPrintf("%s szCmd: [%s]", method, command.c_str());
+  return firstLineToList(env, list, method, command.c_str());
+}
+
+jint firstLineToList(JNIEnv* env, jobject list, const char* method, const char* command) {
   OutputLine line;
-  if (const jint code = readFirstLine(command.c_str(), line); code != result::success) return code;
+  if (const jint code = readFirstLine(command, line); code != result::success) return code;
   LogPrintf("%s szRet: [%s]", method, line.text);
   line.cutAtNewline();
   return formJArrListStr(env, line.text, list);

@@ -23,6 +23,15 @@ public @interface Arg {
         SECRET
     }
 
+    /**
+     * What a text may look like. The native side passes most texts to a shell as they are, so that the command line
+     * checks them first.
+     */
+    enum Shape {
+        TEXT, HOST_NAME, HOST, IPV4, IPV4_MASK, IPV6, PREFIX_LENGTH, DEVICE, ZONE, ZONE_WORD, DATE_TIME, FILE, FILE_WORD,
+        POSTFIX_KEY, POSTFIX_VALUE, WORD
+    }
+
     String name();
 
     String help();
@@ -34,6 +43,8 @@ public @interface Arg {
 
     /** Names for the integers of the argument. */
     Class<? extends Coded> words() default Coded.class;
+
+    Shape shape() default Shape.TEXT;
 
     /** The most bytes of UTF-8 that the native side reads; it cuts a longer text without notice. */
     int bytes() default Integer.MAX_VALUE;

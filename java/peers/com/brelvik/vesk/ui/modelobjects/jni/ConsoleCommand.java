@@ -9,6 +9,18 @@ import java.lang.annotation.Target;
 @Retention(RetentionPolicy.RUNTIME)
 @Target(ElementType.METHOD)
 public @interface ConsoleCommand {
+    /** How an integer that is none of the codes is to be read. */
+    enum Form {
+        /** As a result code, and an unexpected one. */
+        CODE,
+        /** As a command's wait status: exit code times 256, or -1. */
+        WAIT_STATUS,
+        /** As a command's exit code, 0 to 255. */
+        EXIT_CODE,
+        /** As a plain number, which is the answer. */
+        NUMBER
+    }
+
     String group();
 
     String name();
@@ -17,6 +29,9 @@ public @interface ConsoleCommand {
 
     /** Every code of {@link com.brelvik.vesk.ui.modelobjects.ResultCode} that the method can answer with. */
     int[] codes();
+
+    /** What the integer means beyond {@link #codes} and {@link #own}. */
+    Form form() default Form.CODE;
 
     /** The codes that are this method's own. */
     OwnCode[] own() default {};

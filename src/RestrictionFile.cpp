@@ -1,0 +1,236 @@
+#include "RestrictionFile.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <stdio_ext.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include "product/log.h"
+
+namespace {
+
+using VESK::Log;
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+// A rule line, and so each part of it, has less.
+constexpr std::size_t LINE_SIZE = 1024;
+constexpr std::size_t KEY_WIDTH = 20;
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Pointers into the line that was parsed.
+struct Rule {
+  const char* address;
+  const char* prefixLength;  // null for a host
+  const char* action;
+};
+
+void dropLineEnd(char* line) {
+  const std::size_t length = std::strlen(line);
+  if (length > 0 && (line[length - 1] == '\n' || line[length - 1] == '\r')) line[length - 1] = '\0';
+}
+
+// Where the action begins; null when the rule ends before. `separator` is the one character between
+// the key and the action that must be there.
+char* actionBehind(char* separator) {
+  if (*separator == '\0') return nullptr;
+  *separator = '\0';
+  char* action = separator + 1;
+  while (*action == ' ' || *action == '\t') ++action;
+  return *action == '\0' ? nullptr : action;
+}
+
+bool parseRule(char* line, Rule& rule) {
+  dropLineEnd(line);
+  rule.address = line;
+  rule.prefixLength = nullptr;
+  char* end = line;
+  if (char* slash = std::strchr(line, '/'); slash != nullptr) {
+    *slash = '\0';
+    end = slash + 1;
+    if (!isDigit(*end)) return false;
+    rule.prefixLength = end;
+    while (isDigit(*end)) ++end;
+  } else {
+    // A line that begins with neither digit nor dot gives an empty key, on purpose.
+    while (isDigit(*end) || *end == '.') ++end;
+  }
+  rule.action = actionBehind(end);
+  return rule.action != nullptr;
+}
+
+// The lines of one rule: only their keys differ.
+class TableLines {
+ public:
+  TableLines(std::FILE* to, const char* action) : out(to), tailLength(std::strlen(action) + 2) {
+    tail[0] = '\t';
+    std::memcpy(tail + 1, action, tailLength - 2);
+    tail[tailLength - 1] = '\n';
+    std::memset(line, ' ', KEY_WIDTH);
+    std::memcpy(line + KEY_WIDTH, tail, tailLength);
+  }
+
+  void write(const char* key, std::size_t length) {
+    if (length > KEY_WIDTH) {
+      fwrite_unlocked(key, 1, length, out);
+      fwrite_unlocked(tail, 1, tailLength, out);
+      return;
+    }
+    std::memset(line, ' ', KEY_WIDTH);
+    std::memcpy(line, key, length);
+    fwrite_unlocked(line, 1, KEY_WIDTH + tailLength, out);
+  }
+
+ private:
+  std::FILE* out;
+  std::size_t tailLength;
+  char tail[LINE_SIZE + 2];
+  char line[KEY_WIDTH + LINE_SIZE + 2];
+};
+
+struct Octet {
+  char text[3];
+  std::uint8_t length;
+};
+
+constexpr std::array<Octet, 256> makeOctets() {
+  std::array<Octet, 256> octets{};
+  for (unsigned value = 0; value < 256; ++value) {
+    Octet& octet = octets[value];
+    for (unsigned unit = 100; unit > 0; unit /= 10) {
+      if (value < unit && unit > 1) continue;
+      octet.text[octet.length++] = static_cast<char>('0' + value / unit % 10);
+    }
+  }
+  return octets;
+}
+
+constexpr std::array<Octet, 256> OCTETS = makeOctets();
+
+// The first `octets` parts of a dotted address; its length.
+std::size_t printParts(std::uint32_t address, int octets, char* text) {
+  char* to = text;
+  for (int i = 0; i < octets; ++i) {
+    const Octet& octet = OCTETS[address >> (24 - 8 * i) & 0xFF];
+    if (i > 0) *to++ = '.';
+    std::memcpy(to, octet.text, sizeof octet.text);
+    to += octet.length;
+  }
+  return static_cast<std::size_t>(to - text);
+}
+
+// Over 32 for every number that is too large.
+int lengthOf(const char* digits) {
+  int number = 0;
+  for (; isDigit(*digits) && number <= 32; ++digits) number = 10 * number + (*digits - '0');
+  return number;
+}
+
+// The address text without its last `parts` dotted parts, as far as it has them.
+std::size_t lengthWithout(const char* address, int parts) {
+  std::size_t length = std::strlen(address);
+  for (; parts > 0; --parts) {
+    const void* dot = memrchr(address, '.', length);
+    if (dot == nullptr) break;
+    length = static_cast<std::size_t>(static_cast<const char*>(dot) - address);
+  }
+  return length;
+}
+
+void enumerate(const char* address, int prefix, TableLines& lines) {
+  const int hostBits = 32 - prefix;
+  const int hostOctets = hostBits / 8;
+  if (hostBits % 8 == 0) return lines.write(address, lengthWithout(address, hostOctets));
+  in_addr parsed;
+  if (inet_aton(address, &parsed) == 0) return;
+  const std::uint32_t network = ntohl(parsed.s_addr) & ~0U << hostBits;
+  const std::uint32_t step = 1U << 8 * hostOctets;
+  const std::uint32_t count = 1U << hostBits % 8;
+  // Counted, since nothing lies behind 255.255.255.255.
+  for (std::uint32_t i = 0; i < count; ++i) {
+    char key[KEY_WIDTH];
+    lines.write(key, printParts(network + i * step, 4 - hostOctets, key));
+  }
+}
+
+void writeRule(const Rule& rule, std::FILE* out) {
+  if (rule.prefixLength != nullptr) {
+    EnumerateAlternateIPAddresses(rule.address, rule.prefixLength, out, rule.action);
+  } else {
+    TableLines(out, rule.action).write(rule.address, std::strlen(rule.address));
+  }
+}
+
+bool fail(const char* step, const char* path) {
+  const int error = errno;
+  Log::LogByLevel(1, "client restrictions: cannot %s %s: %s", step, path, std::strerror(error));
+  return false;
+}
+
+bool sameFile(std::FILE* one, std::FILE* other) {
+  struct stat first {};
+  struct stat second {};
+  return fstat(fileno(one), &first) == 0 && fstat(fileno(other), &second) == 0 &&
+         first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+// Not emptied yet.
+File openForWriting(const char* path) {
+  const int descriptor = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+  if (descriptor < 0) return {};
+  File file(fdopen(descriptor, "w"));
+  if (!file) close(descriptor);
+  return file;
+}
+
+}  // namespace
+
+void EnumerateAlternateIPAddresses(const char* address, const char* prefixLength, std::FILE* out,
+                                   const char* action) {
+  const int prefix = lengthOf(prefixLength);
+  if (prefix < 1 || prefix > 32) return;
+  TableLines lines(out, action);
+  enumerate(address, prefix, lines);
+}
+
+bool writeRestrictionFile(const char* input, const char* output) {
+  File in(std::fopen(input, "re"));
+  if (!in) return fail("open", input);
+  const File out = openForWriting(output);
+  if (!out) {
+    static_cast<void>(in.release());  // stays open until the process ends, on purpose
+    return fail("open", output);
+  }
+  if (sameFile(in.get(), out.get())) {
+    Log::LogByLevel(1, "client restrictions: %s cannot be both rules and table", input);
+    return false;
+  }
+  if (ftruncate(fileno(out.get()), 0) != 0 && errno != EINVAL) return fail("empty", output);
+  char line[LINE_SIZE];
+  Rule rule;
+  while (ferror_unlocked(out.get()) == 0 &&
+         fgets_unlocked(line, sizeof line, in.get()) != nullptr) {
+    if (parseRule(line, rule)) writeRule(rule, out.get());
+  }
+  const bool read = ferror_unlocked(in.get()) == 0;
+  const int error = errno;
+  if (read && std::fflush(out.get()) == 0 && ferror_unlocked(out.get()) == 0) return true;
+  errno = read ? errno : error;
+  fail(read ? "write" : "read", read ? output : input);
+  // A table that is cut off would look whole to Postfix.
+  __fpurge(out.get());
+  static_cast<void>(ftruncate(fileno(out.get()), 0));
+  return false;
+}
