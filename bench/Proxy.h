@@ -1,11 +1,11 @@
-// A TCP proxy in front of a directory server: delays what passes, and counts the requests.
+// A TCP proxy in front of a directory server that holds back what passes.
 #ifndef VESK_BENCH_PROXY_H
 #define VESK_BENCH_PROXY_H
 
-#include <atomic>
 #include <chrono>
-#include <string>
 #include <thread>
+
+#include "support/Network.h"
 
 namespace bench {
 
@@ -17,30 +17,15 @@ class Proxy {
   Proxy(const Proxy&) = delete;
   Proxy& operator=(const Proxy&) = delete;
 
-  int port() const { return listenPort; }
-
-  struct Traffic {
-    int binds = 0;
-    int searches = 0;
-    long bytesBack = 0;
-  };
-  // Since the last call; to be asked when the client has gone.
-  Traffic taken();
+  int port() const { return portOf(listener); }
 
  private:
   void serve();
-  void forward(int client, int server);
-  void count(std::string& pending);
+  void forward(const Socket& client, const Socket& server) const;
 
   int target;
   std::chrono::microseconds delay;
-  int listener;
-  int listenPort = 0;
-  std::atomic<int> binds = 0;
-  std::atomic<int> searches = 0;
-  std::atomic<long> bytesBack = 0;
-  std::atomic<bool> busy = false;
-  std::atomic<bool> ending = false;
+  Socket listener;
   std::thread worker;
 };
 

@@ -14,6 +14,7 @@
 #include "Proxy.h"
 #include "floor.h"
 #include "product/directory.h"
+#include "support/LdapFront.h"
 
 namespace {
 
@@ -190,22 +191,22 @@ void membership(const Directory& at) {
            {"C, a level, member only", [&] { floorParents(at, at.port, BY_LEVEL_MEMBER_ONLY); }}});
 }
 
-// Both sides through the counting proxy, once: the figures above compare the same work.
+// Both sides through a front that counts, once: the figures above compare the same work.
 void requests(const Directory& at) {
-  bench::Proxy proxy(at.port, std::chrono::microseconds(0));
+  LdapFront front(at.port, LdapFront::ALL_AT_ONCE);
   const auto count = [&](const char* figure, const auto& floor, const auto& library) {
     floor();
-    const auto least = proxy.taken();
+    const auto least = front.taken();
     library();
-    const auto taken = proxy.taken();
-    bench::report(figure, "C floor: searches", least.searches, "", 1);
-    bench::report(figure, "library: searches", taken.searches, "",
-                  double(taken.searches) / least.searches);
+    const auto taken = front.taken();
+    bench::report(figure, "C floor: searches", least.requests(), "", 1);
+    bench::report(figure, "library: searches", taken.requests(), "",
+                  double(taken.requests()) / least.requests());
     bench::report(figure, "library: binds", taken.binds, "", double(taken.binds) / least.binds);
     bench::report(figure, "library: bytes back", double(taken.bytesBack), "",
                   double(taken.bytesBack) / double(least.bytesBack));
   };
-  const int port = proxy.port();
+  const int port = front.port();
   count(
       "requests: list", [&] { floorLists(at, port, FLOOR_PAGE); }, [&] { libraryLists(at, port); });
   count(

@@ -9,7 +9,15 @@
 // time; different connections are independent.
 //
 // TLS is 1.2 or newer and checks certificate and host name; "localhost" stands for the machine's
-// own name there. Nothing falls back to plain. References to other servers are skipped.
+// own name there. Nothing falls back to plain. References to other servers are skipped. Of an
+// attribute that a server sends in ranges ("member;range=0-1499") all are read, and it is handed
+// out whole under its plain name; a caller who asks for a range himself gets what the server says.
+//
+// Authentication type Kerberos binds by SASL/GSSAPI with a ticket that it gets for the account and
+// password ("ann", "ann@REALM" or "DOMAIN\ann") and keeps to itself; the machine's ticket caches and
+// keytabs have no part in it. The service is "ldap/" and the host as given, so give the name that the
+// server's keytab has. Realms and their key servers are those of /etc/krb5.conf (or what KRB5_CONFIG
+// names, and of DNS where it names none); the key servers are asked over TCP, within the time-outs.
 //
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted
@@ -23,6 +31,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VESK {
@@ -32,8 +41,11 @@ class BvLDAPAttribute {
   BvLDAPAttribute(std::string name, std::vector<std::string> values);
   const std::string& name() const { return attributeName; }
   int size() const;  // number of values
-  const char* getValue(
-      int index) const;  // null when there is no such value; lives as the attribute
+  // Both live as the attribute. A value as text: a SID as S-1-5-..., a GUID with dashes, any other
+  // value that is not UTF-8 or has a NUL in it in base64. Null when there is no such value.
+  const char* getValue(int index) const;
+  // A value as the server sent it, no NUL behind it. Without data when there is no such value.
+  std::string_view getBytes(int index) const;
 
  private:
   std::string attributeName;
@@ -151,7 +163,8 @@ class BvLDAPScript {
 };
 
 // The service principal ("HTTP/gate.example.com@EXAMPLE.COM") that a keytab file holds, cut at
-// bufferSize - 1 bytes. When there are several, the newest entry counts. False, with a line in the
+// bufferSize - 1 bytes, and not within a character. When there are several, the newest entry
+// counts. False, with a line in the
 // log, when the file is missing, unreadable, damaged, or has no service principal; `buffer` is then
 // the empty text.
 bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize);
@@ -218,7 +231,8 @@ class UserDAO : public BvVeskDAO {
 
 // Nested groups: each group is listed once, and a cycle ends the walk as any known group does; the
 // group that was asked about is not listed. A name that several groups or users have stands for all
-// of them, one that none has gives an empty list and success.
+// of them, one that none has gives an empty list and success. A user's primary group counts where
+// the vendor's script tells how to find it.
 class GroupDAO : public BvVeskDAO {
  public:
   GroupDAO();

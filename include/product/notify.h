@@ -10,11 +10,15 @@
 #include <string>
 #include <vector>
 
-// Splits an address setting into mailboxes, in their order, each once: "ann@example.com" or
-// "Ann Lee <ann@example.com>", ready for a header but not yet encoded. Between addresses stand
-// semicolons or commas; in a quoted display name they belong to the name. An entry that is no
-// address is skipped, and the log names it. `addresses` stays as it is, `recipients` is emptied
-// first. True when there is at least one recipient.
+// Splits an address setting into mailboxes, in their order, each once (capitals of the domain do
+// not matter): "ann@example.com" or "Ann Lee <ann@example.com>", ready for a header but not yet
+// encoded, international domains in their xn-- form. Between addresses stand semicolons or commas;
+// in a quoted display name they belong to the name. Members of a group ("Admins: a@x.org,
+// b@x.org;") are listed one by one. An entry that is no address is skipped, and the log names it:
+// that includes a bare name without a domain (a local account is name@localhost), control
+// characters, letters beyond ASCII before the @ sign, a hyphen in front and an entry of more than
+// 998 bytes. `addresses` stays as it is, `recipients` is emptied first. True when there is at least
+// one recipient.
 bool checkToAddress(std::string& addresses, std::vector<std::string>& recipients);
 
 namespace VESK {
@@ -31,12 +35,17 @@ enum NotifyMailError : int {
 }  // namespace VESK
 
 // Writes one mail into `queueDirectory` (an existing folder) as a pair of files: the message itself
-// in `dataFile` and its envelope in `controlFile`, both plain file names. Each appears whole and
-// synced to disk, the data file first, so that a control file never stands without its message; on
-// failure neither is left. `charset` is used where it can hold the text, else UTF-8. `home` is the
-// install root, for messages only; it may be null. `replySender` is the sender of the envelope;
-// `sender` the one of the header; an empty one is written as the null sender. Returns 0 or a
-// VESK::NotifyMailError.
+// in `dataFile` and its envelope in `controlFile`, two plain file names that do not begin with a
+// dot. Each appears whole, with mode 0640 and synced to disk, the data file first, so that a
+// control file never stands without its message; on failure neither is left.
+// docs/product-libraries.md describes what is in them.
+//
+// `home` is the install root and may be null; it has no influence. `charset` is used where it can
+// hold the text, else UTF-8; null and empty mean us-ascii. `replySender` is the sender of the
+// envelope, `sender` the one of the header, one address each. Null, empty or no address (the log
+// says so) give the null sender in the envelope and MAILER-DAEMON of this machine in the header.
+// `recipients` are read as checkToAddress reads them. A null subject or body is an empty one;
+// control characters in the subject become blanks. Returns 0 or a VESK::NotifyMailError.
 int NotifyMailCompose(const char* home, const char* queueDirectory, const char* controlFile,
                       const char* dataFile, const char* charset, const char* sender,
                       const char* replySender, std::vector<std::string>& recipients,
@@ -54,9 +63,11 @@ class BvResbundle {
   // appliance's own library is called by it, and this is the first.
   virtual const char* getString(const char* key, const char* fallback);
 
-  // Opens the table of `module` in the resources `resourceFile`. `locale` is a name such as
-  // "de_DE"; without a translation for it "de" is tried, then English, which also serves for null,
-  // "C" and "POSIX". 0 on success; otherwise every look-up gives its fallback.
+  // Opens the table of `module` in the folder `resourceFile` of compiled ICU resources. `locale` is
+  // a name such as "de_DE" or "de_DE.UTF-8@euro"; without a translation for it "de" is tried, then
+  // English, which also serves for null, "C" and "POSIX". The process's own locale has no say. 0 on
+  // success; otherwise every look-up gives its fallback, and the log says why. A damaged file is
+  // never opened: the folder's SHA256SUMS names what is whole.
   int _init(const char* resourceFile, const char* module, const char* locale);
 
   // Where the product's own resources are: below the install root (VESK_HOME). Lives until the

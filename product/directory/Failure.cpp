@@ -10,6 +10,10 @@ namespace VESK::directory {
 namespace {
 
 const char* hintOf(const Failure& failure) {
+  if (failure.code > 0 && std::strcmp(failure.step, "SASL bind") == 0) {
+    return "the ticket is good; check the server's keytab, its krb5.conf and its rules for "
+           "accounts";
+  }
   switch (failure.code) {
     case LDAP_INVALID_CREDENTIALS:
     case LDAP_INAPPROPRIATE_AUTH:

@@ -12,13 +12,18 @@ namespace {
 bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-void appendEscaped(std::string& out, char c) {
+void appendHex(std::string& out, char c) {
   constexpr const char* HEX = "0123456789abcdef";
   const auto byte = static_cast<unsigned char>(c);
+  out += '\\';
+  out += HEX[byte >> 4];
+  out += HEX[byte & 0x0F];
+}
+
+void appendEscaped(std::string& out, char c) {
+  const auto byte = static_cast<unsigned char>(c);
   if (byte < 0x20 || byte == 0x7F || c == '(' || c == ')' || c == '*' || c == '\\') {
-    out += '\\';
-    out += HEX[byte >> 4];
-    out += HEX[byte & 0x0F];
+    appendHex(out, c);
   } else {
     out += c;
   }
@@ -70,6 +75,12 @@ bool isFilter(std::string_view text) { return takeFilter(text) && text.empty(); 
 std::string escapeValue(std::string_view value) {
   std::string out;
   for (const char c : value) appendEscaped(out, c);
+  return out;
+}
+
+std::string escapeBytes(std::string_view value) {
+  std::string out;
+  for (const char c : value) appendHex(out, c);
   return out;
 }
 

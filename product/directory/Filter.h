@@ -15,6 +15,8 @@ bool isFilter(std::string_view text);
 
 // A value that stands for itself.
 std::string escapeValue(std::string_view value);
+// The same of a value that is bytes.
+std::string escapeBytes(std::string_view value);
 // A value in which `*` is a wildcard and everything else stands for itself.
 std::string escapePattern(std::string_view pattern);
 

@@ -5,16 +5,32 @@
 #include <memory>
 #include <utility>
 
+#include "Binary.h"
+
 namespace VESK {
 
+// A value that is shown otherwise lies behind its text and a NUL, which no text has in it: plain
+// texts, nearly all there are, then cost nothing more.
 BvLDAPAttribute::BvLDAPAttribute(std::string name, std::vector<std::string> values)
-    : attributeName(std::move(name)), attributeValues(std::move(values)) {}
+    : attributeName(std::move(name)), attributeValues(std::move(values)) {
+  for (std::string& value : attributeValues) {
+    std::optional<std::string> shown = directory::shownText(attributeName, value);
+    if (shown) value = std::move(*shown) + '\0' + value;
+  }
+}
 
 int BvLDAPAttribute::size() const { return static_cast<int>(attributeValues.size()); }
 
 const char* BvLDAPAttribute::getValue(int index) const {
   if (index < 0 || index >= size()) return nullptr;
   return attributeValues[static_cast<std::size_t>(index)].c_str();
+}
+
+std::string_view BvLDAPAttribute::getBytes(int index) const {
+  if (index < 0 || index >= size()) return {};
+  const std::string_view value = attributeValues[static_cast<std::size_t>(index)];
+  const std::size_t end = value.find('\0');
+  return end == std::string_view::npos ? value : value.substr(end + 1);
 }
 
 BvLDAPEntry::BvLDAPEntry(std::string dn, std::vector<BvLDAPAttribute> attributes)
@@ -66,21 +82,35 @@ std::vector<std::string> copy(const Values& values) {
 }  // namespace
 
 // Reads straight from the message, which the names and values point into.
-std::optional<BvLDAPEntry> makeEntry(LDAP* handle, LDAPMessage* message) {
+std::optional<IncomingEntry> readEntry(LDAP* handle, LDAPMessage* message,
+                                       const char* const* asked) {
   BerElement* raw = nullptr;
   berval dn{};
-  std::vector<BvLDAPAttribute> attributes;
+  IncomingEntry entry;
   if (ldap_get_dn_ber(handle, message, &raw, &dn) != LDAP_SUCCESS) return {};
   const Element element(raw);
+  entry.dn = copy(dn);
   for (;;) {
     berval name{};
     berval* rawValues = nullptr;
     if (ldap_get_attribute_ber(handle, message, raw, &name, &rawValues) != LDAP_SUCCESS) return {};
     if (name.bv_val == nullptr) break;
     const Values values(rawValues);
-    attributes.emplace_back(copy(name), copy(values));
+    std::optional<Range> range = rangeOf({name.bv_val, name.bv_len});
+    if (range && !asksForRange(asked, range->name)) {
+      entry.partial.push_back({std::move(*range), copy(values)});
+    } else {
+      entry.attributes.emplace_back(copy(name), copy(values));
+    }
   }
-  return BvLDAPEntry(copy(dn), std::move(attributes));
+  return entry;
+}
+
+void addWhole(IncomingEntry& entry, PartialAttribute& whole) {
+  std::erase_if(entry.attributes, [&](const BvLDAPAttribute& other) {
+    return strcasecmp(other.name().c_str(), whole.range.name.c_str()) == 0;
+  });
+  entry.attributes.emplace_back(std::move(whole.range.name), std::move(whole.values));
 }
 
 }  // namespace directory

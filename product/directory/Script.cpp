@@ -38,6 +38,12 @@ bool setAttribute(Script& script, std::string_view text) {
 }
 
 template <std::string Script::*FIELD>
+bool setOptionalAttribute(Script& script, std::string_view text) {
+  script.*FIELD = text;
+  return text.empty() || isAttributeName(text);
+}
+
+template <std::string Script::*FIELD>
 bool setFilter(Script& script, std::string_view text) {
   script.*FIELD = text;
   return isFilter(text);
@@ -120,6 +126,8 @@ constexpr std::array KEYS = {
     Key{"member_name_attrs", setOptionalAttributes<&Script::memberNameAttrs>},
     Key{"member_of_attr", setAttribute<&Script::memberOfAttr>},
     Key{"entry_dn_attr", setAttribute<&Script::entryDnAttr>},
+    Key{"primary_group_attr", setOptionalAttribute<&Script::primaryGroupAttr>},
+    Key{"sid_attr", setOptionalAttribute<&Script::sidAttr>},
     Key{"smtp_prefix_attrs", setOptionalAttributes<&Script::smtpPrefixAttrs>},
     Key{"page_size", setPageSize},
 };
@@ -179,6 +187,9 @@ std::string parseFile(const char* path, Parse& parse) {
   }
   if (file.bad()) return std::generic_category().message(errno);
   finishItem(parse);
+  if (parse.script.primaryGroupAttr.empty() != parse.script.sidAttr.empty()) {
+    complain(parse, parse.line, "primary_group_attr and sid_attr go together");
+  }
   return parse.wrong;
 }
 

@@ -37,6 +37,8 @@ struct Script {
   std::vector<std::string> memberNameAttrs = {"memberUid"};
   std::string memberOfAttr = "memberOf";
   std::string entryDnAttr = "entryDN";
+  std::string primaryGroupAttr;  // both empty: the groups name all their members
+  std::string sidAttr;
 
   std::vector<std::string> smtpPrefixAttrs;
   int pageSize = 0;  // 0: as the settings say

@@ -36,6 +36,8 @@ struct BvLDAPConnection::Session::Search {
   bool anyEntry = false;
   bool stopped = false;
   int references = 0;
+  IncomingEntry* raw = nullptr;  // where the entry goes, in place of the visitor
+  std::string broken{};          // what makes the answer unusable, though the wire is sound
 };
 
 int BvLDAPConnection::Session::read(const char* dn, const char** attributes, BvLDAPEntry** out) {
@@ -99,6 +101,9 @@ int BvLDAPConnection::Session::run(const TimeBudget& budget, Search& search,
     code = request(search, id);
     if (code == LDAP_SUCCESS) code = readPage(budget, search, id, visitor);
   } while (code == LDAP_SUCCESS && !search.stopped && !search.cookie.empty());
+  if (!search.broken.empty()) {
+    return fail(budget, "search", search.broken, "the entry may just have changed; search again");
+  }
   return code == LDAP_SUCCESS ? code : fail(budget, "search", code);
 }
 
@@ -122,25 +127,71 @@ int BvLDAPConnection::Session::readPage(const TimeBudget& budget, Search& search
                                         const BvLDAPEntryVisitor& visitor) {
   for (;;) {
     LdapMessage message;
-    if (const int code = awaitMessage(budget, id, message); code != LDAP_SUCCESS) return code;
+    int code = awaitMessage(budget, id, message);
+    if (code != LDAP_SUCCESS) return code;
     switch (ldap_msgtype(message.get())) {
       case LDAP_RES_SEARCH_RESULT:
         return finishPage(search, message.get());
       case LDAP_RES_SEARCH_REFERENCE:
         ++search.references;
         break;
-      case LDAP_RES_SEARCH_ENTRY: {
-        std::optional<BvLDAPEntry> entry = makeEntry(handle.get(), message.get());
-        if (!entry) return LDAP_DECODING_ERROR;
-        search.anyEntry = true;
-        search.stopped = !visitor(*entry);
+      case LDAP_RES_SEARCH_ENTRY:
+        code = takeEntry(budget, search, message.get(), visitor);
         break;
-      }
       default:
         break;
     }
-    if (search.stopped) return ldap_abandon_ext(handle.get(), id, nullptr, nullptr);
+    if (isWireFailure(code)) return code;
+    if (search.stopped || code != LDAP_SUCCESS) {
+      const int left = ldap_abandon_ext(handle.get(), id, nullptr, nullptr);
+      return code == LDAP_SUCCESS ? left : code;
+    }
   }
+}
+
+int BvLDAPConnection::Session::takeEntry(const TimeBudget& budget, Search& search,
+                                         LDAPMessage* message, const BvLDAPEntryVisitor& visitor) {
+  std::optional<IncomingEntry> incoming =
+      readEntry(handle.get(), message, search.raw == nullptr ? search.attributes : nullptr);
+  if (!incoming) return LDAP_DECODING_ERROR;
+  search.anyEntry = true;
+  if (search.raw != nullptr) {
+    *search.raw = std::move(*incoming);
+    return LDAP_SUCCESS;
+  }
+  for (PartialAttribute& part : incoming->partial) {
+    if (const int code = complete(budget, search, *incoming, part); code != LDAP_SUCCESS)
+      return code;
+    if (search.stopped) return LDAP_SUCCESS;
+    addWhole(*incoming, part);
+  }
+  BvLDAPEntry entry(std::move(incoming->dn), std::move(incoming->attributes));
+  search.stopped = !visitor(entry);
+  return LDAP_SUCCESS;
+}
+
+// Asks for the rest of an attribute's values while the search's own answer waits. Each range starts
+// behind the one before and has a value, so that this ends.
+int BvLDAPConnection::Session::complete(const TimeBudget& budget, Search& search,
+                                        const IncomingEntry& entry, PartialAttribute& whole) {
+  std::string wrong = wrongWith(whole, 0);
+  while (wrong.empty() && whole.range.last) {
+    const std::uint64_t next = *whole.range.last + 1;
+    const std::string rest = whole.range.name + ";range=" + std::to_string(next) + "-*";
+    const char* attributes[] = {rest.c_str(), nullptr};
+    IncomingEntry more;
+    Search part{entry.dn, LDAP_SCOPE_BASE, "(objectClass=*)", attributes};
+    part.raw = &more;
+    int id = 0;
+    int code = request(part, id);
+    if (code == LDAP_SUCCESS) code = readPage(budget, part, id, {});
+    if (code != LDAP_SUCCESS && code != LDAP_NO_SUCH_OBJECT) return code;
+    wrong = addPart(whole, more.partial, next);
+  }
+  if (wrong.empty()) return LDAP_SUCCESS;
+  search.broken = "values of " + whole.range.name + " of \"" + entry.dn + "\": " + wrong;
+  search.stopped = true;
+  return LDAP_SUCCESS;
 }
 
 int BvLDAPConnection::Session::finishPage(Search& search, LDAPMessage* result) {

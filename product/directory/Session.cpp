@@ -90,7 +90,8 @@ int BvLDAPConnection::Session::reach(const char* host, int port) {
   close();
   const TimeBudget budget(options.connectTimeout);
   if (!acceptable(budget, host, port)) return LDAP_PARAM_ERROR;
-  int code = connect(budget, withoutBrackets(host), port);
+  serverHost = withoutBrackets(host);
+  int code = connect(budget, serverHost, port);
   if (code == LDAP_SUCCESS && options.security != Security::NONE) code = startTls(budget);
   if (code != LDAP_SUCCESS) close();
   return code;
@@ -180,27 +181,22 @@ int BvLDAPConnection::Session::bind(const char* user, const char* password) {
   transport->endAt(budget.deadline());
   const std::string name = realUtf8(user);
   const std::string secret = realUtf8(password);
+  if (name.empty() || secret.empty()) {
+    fail(budget, "bind", "empty name or password, not sent", "give the account and its password");
+    return LDAP_INAPPROPRIATE_AUTH;
+  }
   return authType == KERBEROS ? bindKerberos(budget, name, secret)
                               : bindSimple(budget, name, secret);
 }
 
 int BvLDAPConnection::Session::bindSimple(const TimeBudget& budget, const std::string& user,
                                           const std::string& password) {
-  if (user.empty() || password.empty()) {
-    fail(budget, "bind", "empty name or password, not sent", "give the account and its password");
-    return LDAP_INAPPROPRIATE_AUTH;
-  }
   berval credentials{password.size(), const_cast<char*>(password.data())};
   int id = 0;
   int code = ldap_sasl_bind(handle.get(), user.c_str(), LDAP_SASL_SIMPLE, &credentials, nullptr,
                             nullptr, &id);
   if (code == LDAP_SUCCESS) code = awaitResult(budget, id);
   return code == LDAP_SUCCESS ? code : fail(budget, "bind", code);
-}
-
-int BvLDAPConnection::Session::bindKerberos(const TimeBudget& budget, const std::string&,
-                                            const std::string&) {
-  return fail(budget, "bind", "Kerberos is not built in yet", "use the simple authentication type");
 }
 
 int BvLDAPConnection::Session::awaitMessage(const TimeBudget& budget, int id,
@@ -244,7 +240,13 @@ int BvLDAPConnection::Session::fail(const TimeBudget& budget, const char* step, 
 
 int BvLDAPConnection::Session::fail(const TimeBudget& budget, const char* step,
                                     const std::string& reason, const char* hint) {
-  Log::LogByLevel(1, "directory: %s failed at %s after %lld ms: %s; hint: %s", step, peer.c_str(),
+  return fail(budget, step, peer, reason, hint);
+}
+
+int BvLDAPConnection::Session::fail(const TimeBudget& budget, const char* step,
+                                    const std::string& where, const std::string& reason,
+                                    const char* hint) {
+  Log::LogByLevel(1, "directory: %s failed at %s after %lld ms: %s; hint: %s", step, where.c_str(),
                   static_cast<long long>(budget.elapsed().count()), reason.c_str(), hint);
   error = OTHER_ERROR;
   return LDAP_LOCAL_ERROR;

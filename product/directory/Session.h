@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Options.h"
+#include "Results.h"
 #include "TimeBudget.h"
 #include "Transport.h"
 #include "product/directory.h"
@@ -55,10 +56,16 @@ class BvLDAPConnection::Session {
   int startTls(const TimeBudget& budget);
   int bindSimple(const TimeBudget& budget, const std::string& user, const std::string& password);
   int bindKerberos(const TimeBudget& budget, const std::string& user, const std::string& password);
+  int bindSasl(const TimeBudget& budget, void* gssCredential);
+  int failSasl(const TimeBudget& budget, int code, bool clockIsWrong);
 
   int run(const TimeBudget& budget, Search& search, const BvLDAPEntryVisitor& visitor);
   int request(Search& search, int& id);
   int readPage(const TimeBudget& budget, Search& search, int id, const BvLDAPEntryVisitor& visitor);
+  int takeEntry(const TimeBudget& budget, Search& search, LDAPMessage* message,
+                const BvLDAPEntryVisitor& visitor);
+  int complete(const TimeBudget& budget, Search& search, const directory::IncomingEntry& entry,
+               directory::PartialAttribute& whole);
   int finishPage(Search& search, LDAPMessage* result);
   int awaitMessage(const TimeBudget& budget, int id, LdapMessage& message);
   int awaitResult(const TimeBudget& budget, int id);
@@ -67,10 +74,13 @@ class BvLDAPConnection::Session {
   int handleCode() const;
   int fail(const TimeBudget& budget, const char* step, int code);
   int fail(const TimeBudget& budget, const char* step, const std::string& reason, const char* hint);
+  int fail(const TimeBudget& budget, const char* step, const std::string& where,
+           const std::string& reason, const char* hint);
 
   LDAPVendor vendor;
   AuthenType authType;
   Options options;
+  std::string serverHost;  // without brackets
   std::string peer;        // for messages
   std::string provenBase;  // gave an entry in this session
   int error = NO_ERROR;

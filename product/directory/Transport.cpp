@@ -116,15 +116,41 @@ int Transport::control(Sockbuf_IO_Desc* layer, int option, void*) {
   return option == LBER_SB_OPT_DATA_READY && self.aheadFrom < self.aheadTo ? 1 : 0;
 }
 
-// libldap asks for eight bytes of a message and then for the rest of it.
 ber_slen_t Transport::read(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length) {
-  auto& self = *static_cast<Transport*>(layer->sbiod_pvt);
-  if (self.aheadFrom == self.aheadTo) {
-    if (const ber_slen_t got = self.fill(); got <= 0) return got;
+  return static_cast<Transport*>(layer->sbiod_pvt)->take(buffer, length);
+}
+
+ber_slen_t Transport::write(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length) {
+  return static_cast<Transport*>(layer->sbiod_pvt)->put(buffer, length);
+}
+
+std::string Transport::sendWhole(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ber_slen_t sent = put(bytes.data(), bytes.size());
+    if (sent < 0) return std::generic_category().message(errno);
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
   }
-  const std::size_t part = std::min<std::size_t>(length, self.aheadTo - self.aheadFrom);
-  std::memcpy(buffer, self.ahead.get() + self.aheadFrom, part);
-  self.aheadFrom += part;
+  return {};
+}
+
+std::string Transport::receiveWhole(std::span<char> bytes) {
+  while (!bytes.empty()) {
+    const ber_slen_t got = take(bytes.data(), bytes.size());
+    if (got == 0) return "connection closed by the peer";
+    if (got < 0) return std::generic_category().message(errno);
+    bytes = bytes.subspan(static_cast<std::size_t>(got));
+  }
+  return {};
+}
+
+// libldap asks for eight bytes of a message and then for the rest of it.
+ber_slen_t Transport::take(void* bytes, std::size_t length) {
+  if (aheadFrom == aheadTo) {
+    if (const ber_slen_t got = fill(); got <= 0) return got;
+  }
+  const std::size_t part = std::min(length, aheadTo - aheadFrom);
+  std::memcpy(bytes, ahead.get() + aheadFrom, part);
+  aheadFrom += part;
   return static_cast<ber_slen_t>(part);
 }
 
@@ -157,14 +183,13 @@ void Transport::letMoreArrive() const {
 }
 
 // MSG_NOSIGNAL: a peer that has gone must not end the process.
-ber_slen_t Transport::write(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length) {
-  auto& self = *static_cast<Transport*>(layer->sbiod_pvt);
-  self.streamed = 0;
+ber_slen_t Transport::put(const void* bytes, std::size_t length) {
+  streamed = 0;
   for (;;) {
-    const ssize_t sent = send(self.fd, buffer, length, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t sent = send(fd, bytes, length, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0) return sent;
     if (errno == EINTR) continue;
-    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !self.await(POLLOUT)) return -1;
+    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !await(POLLOUT)) return -1;
   }
 }
 

@@ -8,7 +8,9 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "TimeBudget.h"
 
@@ -30,6 +32,11 @@ class Transport {
   };
   Failure connect(const std::string& host, int port, Clock::time_point deadline);
 
+  // All of it by the deadline of endAt, or a reason. For other protocols than LDAP: not together
+  // with attach.
+  std::string sendWhole(std::string_view bytes);
+  std::string receiveWhole(std::span<char> bytes);
+
   // Becomes the lowest layer of the buffer, which must not outlive this object.
   bool attach(Sockbuf* buffer);
   void endAt(Clock::time_point deadline) { ends = deadline; }
@@ -44,6 +51,8 @@ class Transport {
   static ber_slen_t read(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length);
   static ber_slen_t write(Sockbuf_IO_Desc* layer, void* buffer, ber_len_t length);
 
+  ber_slen_t put(const void* bytes, std::size_t length);
+  ber_slen_t take(void* bytes, std::size_t length);
   ber_slen_t fill();
   void letMoreArrive() const;
   int connectTo(const addrinfo& address, Clock::time_point deadline);

@@ -2,23 +2,18 @@
 #ifndef VESK_TESTS_SUPPORT_SLAPD_H
 #define VESK_TESTS_SUPPORT_SLAPD_H
 
-#include <sys/types.h>
-
 #include <string>
-#include <vector>
 
+#include "support/Server.h"
 #include "support/TempDir.h"
 
 class Slapd {
  public:
-  using Words = std::vector<std::string>;
+  using Words = Server::Words;
 
   // `options` for tools/private-slapd, `company` for tools/sample-company. Ready when made; throws
   // with the server's own words when it does not start.
   explicit Slapd(const Words& options = {}, const Words& company = {});
-  ~Slapd();
-  Slapd(const Slapd&) = delete;
-  Slapd& operator=(const Slapd&) = delete;
 
   int port() const { return ldapPort; }
   int tlsPort() const { return ldapsPort; }  // served under --tls
@@ -33,12 +28,11 @@ class Slapd {
 
  private:
   bool start(const Words& options);
-  void stop();
 
   TempDir dir;
   int ldapPort = 0;
   int ldapsPort = 0;
-  pid_t server = -1;
+  Server server;
 };
 
 #endif

@@ -3,17 +3,15 @@
 # so the packages' are neither started (invoke-rc.d, deb-systemd-invoke) nor enabled (update-rc.d,
 # deb-systemd-helper).
 tool=$(basename "$0")
-service=
+real=/usr/bin/$tool
+[ -x "$real" ] || real=/usr/sbin/$tool
 for argument; do
-  case $argument in
-    slapd | postfix* | postgresql*) service=${service:-$argument} ;;
-    enable) verb=enable ;;
-  esac
+  case ${argument%.service} in slapd | krb5-kdc | krb5-admin-server | postfix* | postgresql*) own=${argument%.service} ;; esac
 done
-case ${service:+own}/$tool/${verb:-} in
-  own/*invoke*) exit 0 ;;
-  own/update-rc.d/*) exec /usr/sbin/update-rc.d "$service" defaults-disabled ;;
-  own/deb-systemd-helper/enable) exit 0 ;;
-  */deb-systemd-*) exec "/usr/bin/$tool" "$@" ;;
-  *) exec "/usr/sbin/$tool" "$@" ;;
+[ -n "${own:-}" ] || exec "$real" "$@"
+case "$tool $*" in
+  *invoke*) exit 0 ;;
+  update-rc.d*) exec "$real" "$own" defaults-disabled ;;
+  *was-enabled*) exit 1 ;;
+  *) exec "$real" "$@" ;;
 esac

@@ -4,6 +4,7 @@
 
 namespace {
 
+using namespace std::string_literals;
 using testing::UnorderedElementsAreArray;
 
 struct Membership {
@@ -38,6 +39,11 @@ const Membership MEMBERSHIPS[] = {
 
 class GroupTest : public DirectoryTest {
  protected:
+  static void useScript(const char* text) {
+    const TempDir dir;
+    ASSERT_EQ(0, VESK::BvLDAPScript::init(dir.write("ldapscript.conf", text).c_str()));
+  }
+
   static int parents(Connection& session, const Membership& member, GroupList& list) {
     return member.isUser
                ? GroupDAO().getAllParentGroupsByUserName(&session, BASE, member.name, list)
@@ -65,17 +71,13 @@ TEST_F(GroupTest, WalkFindsEveryParentOnceInARequestALevel) {
 }
 
 TEST_F(GroupTest, MemberOfFindsTheSame) {
-  const TempDir dir;
-  ASSERT_EQ(0, VESK::BvLDAPScript::init(
-                   dir.write("ldapscript.conf", "parent_strategy = memberof\n").c_str()));
+  useScript("parent_strategy = memberof\n");
   for (const Membership& member : MEMBERSHIPS) expectParents(member, member.byDn);
 }
 
 // Groups that several share, one of them outside the base.
 TEST_F(GroupTest, MemberOfAsksAboutEachGroupOnce) {
-  const TempDir dir;
-  ASSERT_EQ(0, VESK::BvLDAPScript::init(
-                   dir.write("ldapscript.conf", "parent_strategy = memberof\n").c_str()));
+  useScript("parent_strategy = memberof\n");
   ScriptedConnection directory({
       {{"uid=ann", {"cn=a", "cn=b"}}},
       {{"cn=a", {"cn=top", "cn=out"}}, {"cn=b", {"CN=out", "cn=top"}}},
@@ -86,6 +88,31 @@ TEST_F(GroupTest, MemberOfAsksAboutEachGroupOnce) {
   EXPECT_THAT(namesOf(list), testing::ElementsAre("cn=a", "cn=b", "cn=top"));
   ASSERT_EQ(3u, directory.filters.size());
   EXPECT_THAT(directory.filters[2], testing::EndsWith("(|(entryDN=cn=top)(entryDN=cn=out)))"));
+}
+
+// The server follows the chain of members, in which a primary group is not.
+TEST_F(GroupTest, InChainAsksOnceMoreForThePrimaryGroup) {
+  useScript(
+      "parent_strategy = in_chain\nmember_dn_attrs = member\n"
+      "primary_group_attr = primaryGroupID\nsid_attr = objectSid\n");
+  const auto sid = [](char last) {
+    return std::string("\1\2\0\0\0\0\0\5*\0\0\0", 12) + last + "\2\0\0"s;
+  };
+  ScriptedConnection directory({
+      {{"uid=ann", {}, {sid('\7')}, {"513"}}},
+      {{"cn=a", {}, {sid('\3')}}, {"cn=primary", {}, {sid('\1')}}},
+      {{"cn=top"}, {"cn=a"}},
+  });
+  GroupList list;
+  EXPECT_EQ(0, GroupDAO().getAllParentGroupsByUserName(&directory, BASE, "ann", list));
+  EXPECT_THAT(namesOf(list), testing::ElementsAre("cn=a", "cn=primary", "cn=top"));
+  ASSERT_EQ(3u, directory.filters.size());
+  EXPECT_THAT(
+      directory.filters[1],
+      testing::EndsWith("(|(objectSid=\\01\\02\\00\\00\\00\\00\\00\\05\\2a\\00\\00\\00\\01\\02\\00"
+                        "\\00)(member:1.2.840.113556.1.4.1941:=uid=ann)))"));
+  EXPECT_THAT(directory.filters[2],
+              testing::EndsWith("(|(member:1.2.840.113556.1.4.1941:=cn=primary)))"));
 }
 
 }  // namespace

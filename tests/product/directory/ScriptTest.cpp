@@ -20,24 +20,6 @@ class ScriptTest : public DirectoryTest {
   }
 };
 
-TEST_F(ScriptTest, ShippedScriptsLoadAndFit) {
-  for (const int vendor : {0, 1, 2, 3}) {
-    SCOPED_TRACE(shipped(vendor));
-    EXPECT_EQ(0, BvLDAPScript::init(shipped(vendor).c_str()));
-    EXPECT_EQ("", Home::instance().newLog());
-    if (vendor == Connection::ACTIVEDIRECTORY) continue;  // this server has not its schema
-    Session session(server->port());
-    UserVOList users;
-    EXPECT_EQ(0, UserDAO().getAllUsers(&session, BASE, "ann", users));
-    ASSERT_EQ(1u, users.size());
-    EXPECT_EQ("ann", users[0].name);
-    GroupList groups;
-    EXPECT_EQ(0, GroupDAO().getAllParentGroupsByUserName(&session, BASE, "ann", groups));
-    EXPECT_THAT(namesOf(groups), testing::IsSupersetOf({"berlin", "world"}));
-  }
-  EXPECT_STREQ("generic", Connection::getLdapVendorName(static_cast<Connection::LDAPVendor>(9)));
-}
-
 TEST_F(ScriptTest, BrokenScriptIsNamedInTheLogAndTheGenericOneServes) {
   const TempDir dir;
   const struct {
@@ -49,6 +31,7 @@ TEST_F(ScriptTest, BrokenScriptIsNamedInTheLogAndTheGenericOneServes) {
       {"user_name_attr = cn\n\n\nuser_filter = (uid=*\n", "line 4"},
       {"user_name_attr = cn\ngroup_name_attr = c)n\n", "line 2"},
       {"user_name_attr = cn\npage_size = many\n", "line 2"},
+      {"user_name_attr = cn\nsid_attr = objectSid\n", "primary_group_attr and sid_attr"},
       {nullptr, "No such file"},
   };
   Session session(server->port());

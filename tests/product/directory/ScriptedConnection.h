@@ -13,6 +13,8 @@ class ScriptedConnection : public VESK::BvLDAPConnection {
   struct Entry {
     std::string dn;  // also its uid and cn
     std::vector<std::string> memberOf{};
+    std::vector<std::string> sid{};
+    std::vector<std::string> primaryGroup{};
   };
   using Answer = std::vector<Entry>;
 
@@ -26,8 +28,11 @@ class ScriptedConnection : public VESK::BvLDAPConnection {
     filters.emplace_back(filter);
     if (filters.size() > answers.size()) return 0;
     for (const Entry& one : answers[filters.size() - 1]) {
-      VESK::BvLDAPEntry entry(one.dn,
-                              {{"uid", {one.dn}}, {"cn", {one.dn}}, {"memberOf", one.memberOf}});
+      VESK::BvLDAPEntry entry(one.dn, {{"uid", {one.dn}},
+                                       {"cn", {one.dn}},
+                                       {"memberOf", one.memberOf},
+                                       {"objectSid", one.sid},
+                                       {"primaryGroupID", one.primaryGroup}});
       if (!visitor(entry)) break;
     }
     return 0;

@@ -2,6 +2,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 class SearchTest : public DirectoryTest {};
 
 TEST_F(SearchTest, LastErrorTellsBaseAndLimitFromTheRest) {
@@ -70,6 +72,33 @@ TEST_F(SearchTest, EntryHasEveryValueAndNoOther) {
   EXPECT_NE(0, session.getEntry("uid=nobody,dc=example,dc=com", attributes, &entry));
   EXPECT_EQ(nullptr, entry);
   EXPECT_EQ(2, session.getLastError());
+}
+
+TEST_F(SearchTest, BytesHaveATextAndStayWhole) {
+  const std::string sid("\1\2\0\0\0\0\0\5\x20\0\0\0\xFE\xFF\xFF\xFF", 16);
+  const struct {
+    const char* attribute;
+    std::string bytes;
+    const char* text;
+  } table[] = {
+      {"objectSid", sid, "S-1-5-32-4294967294"},
+      {"TOKENGROUPS;x", sid, "S-1-5-32-4294967294"},
+      {"objectSid", sid.substr(1), "AgAAAAAABSAAAAD+////"},
+      {"jpegPhoto", sid, "AQIAAAAAAAUgAAAA/v///w=="},
+      {"objectGUID", sid, "00000201-0000-0500-2000-0000feffffff"},
+      {"objectGUID", "0123456789abcdef", "33323130-3534-3736-3839-616263646566"},
+      {"cn", "M\xFCller", "TfxsbGVy"},
+      {"cn", "\xED\xA1\x82\xED\xBE\xB7", "7aGC7b63"},
+      {"cn", "a\0b"s, "YQBi"},
+      {"cn", "Müller 𠮷 \x01", "Müller 𠮷 \x01"},
+      {"cn", "", ""},
+  };
+  for (const auto& row : table) {
+    const VESK::BvLDAPAttribute attribute(row.attribute, {"first", row.bytes});
+    EXPECT_STREQ(row.text, attribute.getValue(1)) << row.attribute;
+    EXPECT_EQ(row.bytes, attribute.getBytes(1)) << row.attribute;
+    EXPECT_EQ(nullptr, attribute.getBytes(2).data());
+  }
 }
 
 TEST_F(SearchTest, VisitorEndsTheSearchEarly) {

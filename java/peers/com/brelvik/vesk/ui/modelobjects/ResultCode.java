@@ -17,7 +17,8 @@ public enum ResultCode implements Coded {
     CONNECT_FAILED(201, Kind.FAILED, "connecting to the directory server, or the bind that belongs to it, failed",
             "wrong host or port, nothing listens there, a firewall, TLS refused or its certificate not trusted, "
                     + "wrong bind account or password, an empty account name or password, unknown authentication type",
-            "read the log: its last line names the step (resolve, connect, TLS, bind) and the reason"),
+            "try 'directory explain', or read the log: its last line names the step (resolve, connect, TLS, bind) and "
+                    + "the reason"),
     ACCOUNT_NOT_FOUND(202, Kind.NO, "no such account, or its login name could not be resolved",
             "a misspelt login name, the account lies outside the base DN, the wrong vendor",
             "search for a part of the name; check base DN and vendor"),

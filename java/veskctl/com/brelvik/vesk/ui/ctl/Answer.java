@@ -1,6 +1,5 @@
 package com.brelvik.vesk.ui.ctl;
 
-import com.brelvik.vesk.ui.modelobjects.ResultCode;
 import java.lang.reflect.Array;
 import java.util.ArrayList;
 import java.util.Collections;
@@ -8,10 +7,16 @@ import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
 
-/** What a native method answered, and the lists that it filled. */
-record Answer(PeerMethod method, Object value, List<List<?>> lists) {
+/**
+ * What a native method answered.
+ *
+ * @param lists those that it filled
+ * @param failures what it logged as failures
+ */
+record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String> failures) {
     /** Calls the method and keeps the lists among its arguments. */
     static Answer of(PeerMethod method, Object[] values) {
+        LogTail log = new LogTail(InstallRoot.open());
         Object value = Bridge.call(method, values);
         List<List<?>> lists = new ArrayList<>();
         for (Object argument : values) {
@@ -19,40 +24,58 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists) {
                 lists.add(list);
             }
         }
-        return new Answer(method, value, lists);
+        return new Answer(method, value, lists, log.failures());
     }
 
-    /** A result code with its name and meaning. */
-    static String describe(int code) {
-        ResultCode known = ResultCode.of(code);
-        return known == null ? code + ", which is no result code" : code + " " + known + ", " + known.meaning();
+    /** Null when the method answers with something else. A boolean is a code where the method explains it as one. */
+    Integer code() {
+        if (value instanceof Boolean yes && Meaning.own(method, yes ? 1 : 0) != null) {
+            return yes ? 1 : 0;
+        }
+        return value instanceof Integer code ? code : null;
     }
 
     Status status() {
-        return value instanceof Integer code ? Status.of(ResultCode.of(code)) : Status.DONE;
+        if (code() == null) {
+            return Status.DONE;
+        }
+        Meaning known = Meaning.of(method, code());
+        return known == null || known.status() == Status.DONE && isDenied() ? Status.FAILED : known.status();
+    }
+
+    private boolean isDenied() {
+        String denial = method.command() == null ? "" : method.command().denial();
+        return !denial.isEmpty() && failures.stream().anyMatch(line -> line.contains(denial));
     }
 
     /** Prints the answer to the question {@code asked}. */
     Status print(String asked, boolean json) {
         if (json) {
             Output.out().println(Json.of(toMap()));
-        } else if (value instanceof Integer code && status() != Status.DONE) {
-            ResultCode known = ResultCode.of(code);
-            String next = known == null ? "read the log" : known.cures();
-            Output.error(asked, describe(code), next + " [log: " + InstallRoot.open().log() + "]");
-        } else if (value instanceof Integer code) {
-            Output.talk(describe(code));
+            return status();
+        }
+        if (code() == null) {
+            elements().forEach(element -> Output.data(String.valueOf(element)));
+            Output.log(failures);
+        } else if (status() == Status.DONE) {
+            Output.talk(Meaning.describe(method, code()) + note());
+            Output.log(failures);
         } else {
-            printValue();
+            Meaning known = Meaning.of(method, code());
+            String next = known == null || known.cures().isEmpty() ? "do what the log says" : known.cures();
+            String denied = isDenied() ? ", but the log says that it failed" : "";
+            Output.error(asked, Meaning.describe(method, code()) + denied, failures,
+                    next + " [log: " + InstallRoot.open().log() + "]");
         }
-        if (!json) {
-            lists.forEach(list -> list.forEach(element -> Output.data(String.valueOf(element))));
-        }
+        lists.forEach(list -> list.forEach(element -> Output.data(String.valueOf(element))));
         return status();
     }
 
-    private void printValue() {
-        elements().forEach(element -> Output.data(String.valueOf(element)));
+    // What a success means here, in the method's own words.
+    private String note() {
+        boolean isEmpty = method.fillsList() && lists.stream().allMatch(List::isEmpty);
+        String note = method.command() == null ? "" : isEmpty ? method.command().empty() : method.command().done();
+        return !note.isEmpty() ? ": " + note : failures.isEmpty() ? "" : ", but not all went well";
     }
 
     private List<Object> elements() {
@@ -67,16 +90,21 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists) {
     private Map<String, Object> toMap() {
         Map<String, Object> map = new LinkedHashMap<>();
         map.put("call", method.name());
-        if (value instanceof Integer code) {
-            ResultCode known = ResultCode.of(code);
-            map.put("code", code);
-            map.put("name", known == null ? null : known.name());
-            map.put("meaning", known == null ? null : known.meaning());
+        if (value instanceof Integer) {
+            map.put("code", code());
         } else {
             map.put("value", value != null && value.getClass().isArray() ? elements() : value);
         }
+        if (code() != null) {
+            Meaning known = Meaning.of(method, code());
+            map.put("name", known == null ? null : known.name());
+            map.put("meaning", known == null ? null : known.text());
+        }
         if (method.fillsList()) {
             map.put("list", lists.stream().flatMap(List::stream).toList());
+        }
+        if (!failures.isEmpty()) {
+            map.put("log", failures);
         }
         return map;
     }

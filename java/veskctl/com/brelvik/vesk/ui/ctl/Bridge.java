@@ -1,6 +1,5 @@
 package com.brelvik.vesk.ui.ctl;
 
-import com.brelvik.vesk.ui.modelobjects.ResultCode;
 import com.brelvik.vesk.ui.modelobjects.jni.JniInit;
 import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
 import java.lang.reflect.InvocationTargetException;
@@ -18,10 +17,10 @@ final class Bridge {
      */
     static Object call(PeerMethod method, Object[] values) {
         load();
+        if (method.method().getDeclaringClass() != JniInit.class) {
+            initialise();
+        }
         try {
-            if (!ready && method.method().getDeclaringClass() != JniInit.class) {
-                initialise();
-            }
             return method.method().invoke(method.method().getDeclaringClass().getConstructor().newInstance(), values);
         } catch (InvocationTargetException e) {
             if (e.getCause() instanceof UnsatisfiedLinkError) {
@@ -34,6 +33,16 @@ final class Bridge {
         }
     }
 
+    /**
+     * Makes it ready for calls.
+     *
+     * @throws Refusal when the library cannot be loaded or initialised
+     */
+    static void start() {
+        load();
+        initialise();
+    }
+
     private static void load() {
         InstallRoot.open();
         try {
@@ -44,10 +53,14 @@ final class Bridge {
     }
 
     private static void initialise() {
+        if (ready) {
+            return;
+        }
         int code = new JniInit().initializeJNI();
         if (code != 0) {
-            throw new Refusal(Status.FAILED, "initialisation answered " + Answer.describe(code),
-                    ResultCode.of(code) == null ? "read the log" : ResultCode.of(code).cures());
+            Meaning known = Meaning.of(null, code);
+            throw new Refusal(Status.FAILED, "initialisation answered " + Meaning.describe(null, code),
+                    known == null ? "read the log" : known.cures());
         }
         ready = true;
     }

@@ -1,7 +1,11 @@
 package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.ResultCode;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
 import java.util.concurrent.Callable;
+import java.util.stream.Collectors;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
@@ -12,40 +16,81 @@ final class CodeCommand implements Callable<Integer> {
     @Parameters(arity = "0..1", paramLabel = "N", description = "e.g. 205")
     private Integer number;
 
-    @Option(names = "--markdown", description = "All codes as a Markdown table")
+    @Option(names = "--markdown", description = "All codes as Markdown tables")
     private boolean markdown;
 
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
 
-    @Override
-    public Integer call() {
-        if (markdown) {
-            Output.data("| Code | Name | Meaning | Likely causes | Cures |");
-            Output.data("|---|---|---|---|---|");
+    /** A code, and the method whose own it is; empty for those that all methods share. */
+    private record Entry(String method, Meaning meaning) {
+        static List<Entry> all() {
+            List<Entry> entries = new ArrayList<>();
+            for (ResultCode code : ResultCode.values()) {
+                entries.add(new Entry("", Meaning.of(code)));
+            }
+            PeerMethod.all().forEach(method -> method.ownCodes()
+                    .forEach(own -> entries.add(new Entry(method.name(), Meaning.of(own)))));
+            return entries;
         }
-        for (ResultCode code : ResultCode.values()) {
-            if (markdown) {
-                Output.data("| " + code.code() + " | `" + code + "` | " + code.meaning() + " | " + code.causes() + " | "
-                        + code.cures() + " |");
-            } else if (number == null) {
-                Output.data(Answer.describe(code.code()));
+
+        boolean isShared() {
+            return method.isEmpty();
+        }
+
+        void explain() {
+            Output.data(meaning.code() + " " + meaning.name() + (isShared() ? "" : " (" + method + ")"));
+            line("meaning: ", meaning.text());
+            line("likely:  ", meaning.causes());
+            line("do:      ", meaning.cures());
+        }
+
+        private static void line(String label, String text) {
+            if (!text.isEmpty()) {
+                Output.data(label + text);
             }
         }
-        return number == null ? Status.DONE.number() : explain(number);
     }
 
-    private static int explain(int number) {
-        ResultCode code = ResultCode.of(number);
-        if (code == null) {
-            throw new Refusal(Status.USAGE, number + " is no result code", "run 'veskctl code' for a list");
-        }
-        Output.data(code.code() + " " + code);
-        Output.data("meaning: " + code.meaning());
-        if (!code.causes().isEmpty()) {
-            Output.data("likely:  " + code.causes());
-            Output.data("do:      " + code.cures());
+    @Override
+    public Integer call() {
+        List<Entry> entries = Entry.all();
+        if (markdown) {
+            tables(entries);
+        } else if (number == null) {
+            entries.forEach(entry -> Output.data((entry.isShared() ? "" : entry.method() + ": ") + entry.meaning()));
+        } else {
+            explain(entries.stream().filter(entry -> entry.meaning().code() == number).toList());
         }
         return Status.DONE.number();
+    }
+
+    private void explain(List<Entry> found) {
+        if (found.isEmpty()) {
+            throw new Refusal(Status.USAGE, number + " is no result code", "run 'veskctl code' for a list");
+        }
+        found.forEach(Entry::explain);
+    }
+
+    private static void tables(List<Entry> entries) {
+        row("Code", "Name", "Meaning", "Likely causes", "Cures");
+        Output.data("|---|---|---|---|---|");
+        entries.stream().filter(Entry::isShared).map(Entry::meaning).forEach(shared -> row(shared.code(),
+                "`" + shared.name() + "`", shared.text(), shared.causes(), shared.cures()));
+        Output.data("");
+        Output.data("## Codes of single methods");
+        Output.data("");
+        row("Method", "Code", "Name", "Meaning", "Cures");
+        Output.data("|---|---|---|---|---|");
+        for (Entry entry : entries) {
+            Meaning own = entry.meaning();
+            if (!entry.isShared()) {
+                row("`" + entry.method() + "`", own.code(), "`" + own.name() + "`", own.text(), own.cures());
+            }
+        }
+    }
+
+    private static void row(Object... cells) {
+        Output.data(Arrays.stream(cells).map(String::valueOf).collect(Collectors.joining(" | ", "| ", " |")));
     }
 }

@@ -12,7 +12,7 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 
 @Command(name = "demo", hidden = true, sortOptions = false,
-        header = "Call every directory method on a sample company's server, the failing cases too.",
+        header = "Call the native methods on a sample company's server, the failing cases too.",
         description = {"", "Exit status 0 when every call answered the code that is expected of it, else 4."})
 final class Demo implements Callable<Integer> {
     private static final int SHOWN = 8;
@@ -35,6 +35,12 @@ final class Demo implements Callable<Integer> {
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is its password")
     private String passwordFile;
 
+    @Option(names = "--keytab", paramLabel = "FILE", defaultValue = "/nonexistent", description = "Keytab to read")
+    private String keytab;
+
+    @Option(names = "--kerberos", description = "The server takes Kerberos, too")
+    private boolean kerberos;
+
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
 
@@ -48,7 +54,14 @@ final class Demo implements Callable<Integer> {
         connection.put("bind-password", Passwords.read(passwordFile, "Password of the bind account"));
         Map<String, PeerMethod> methods =
                 PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
-        for (List<Tour.Stop> chapter : new Tour(base).stops()) {
+        Tour tour = new Tour(base);
+        List<List<Tour.Stop>> chapters = new ArrayList<>(tour.stops());
+        chapters.add(Tour.appliance(keytab,
+                !InstallRoot.open().setting("General-Notification", "Administrator").isEmpty()));
+        if (kerberos) {
+            chapters.add(tour.kerberos());
+        }
+        for (List<Tour.Stop> chapter : chapters) {
             for (Tour.Stop stop : chapter) {
                 Map<String, String> arguments = new HashMap<>(connection);
                 arguments.putAll(stop.arguments());
@@ -61,29 +74,20 @@ final class Demo implements Callable<Integer> {
     }
 
     private void visit(Tour.Stop stop, PeerMethod method, Map<String, String> arguments) {
-        Object[] values = method.parameters().stream().map(parameter -> value(parameter, arguments)).toArray();
         Output.data(stop.title());
         Output.data("  " + method.name() + method.parameters().stream()
                 .map(parameter -> shown(parameter, arguments)).collect(Collectors.joining(", ", "(", ")")));
-        Answer answer = Answer.of(method, values);
+        Answer answer = Answer.of(method, Values.of(method, arguments));
         int code = (Integer) answer.value();
-        Output.data("  -> " + Answer.describe(code));
+        Output.data("  -> " + Meaning.describe(method, code));
         answer.lists().forEach(Demo::print);
+        answer.failures().forEach(line -> Output.data("     log: " + line));
         calls++;
         if (code != stop.code()) {
             surprises++;
-            Output.data("  !! expected " + Answer.describe(stop.code()));
+            Output.data("  !! expected " + Meaning.describe(method, stop.code()));
         }
         Output.data("");
-    }
-
-    private static Object value(Parameter parameter, Map<String, String> arguments) {
-        Arg arg = PeerMethod.describe(parameter);
-        if (PeerMethod.isList(parameter)) {
-            return new ArrayList<String>();
-        }
-        String text = arg == null ? null : arguments.get(arg.name());
-        return text == null ? null : Values.of(parameter, text);
     }
 
     private static String shown(Parameter parameter, Map<String, String> arguments) {

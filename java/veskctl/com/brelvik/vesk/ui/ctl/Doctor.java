@@ -8,7 +8,6 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.LinkedHashMap;
 import java.util.List;
-import java.util.Locale;
 import java.util.Map;
 import java.util.concurrent.Callable;
 import java.util.concurrent.TimeUnit;
@@ -56,6 +55,7 @@ final class Doctor implements Callable<Integer> {
                 + NativeLibrary.widthOfVm() + "-bit, " + System.getProperty("java.home"));
         limits();
         boolean loaded = library();
+        kerberos();
         InstallRoot root = settings();
         if (root != null) {
             folders(root);
@@ -108,9 +108,11 @@ final class Doctor implements Callable<Integer> {
             bad(Status.DONE, "library", detail + ", but the jar is build " + NativeLibrary.buildOfJar(),
                     "install library and jar from one build");
         }
-        linesOf(Path.of("/proc/self/maps")).map(line -> line.replaceFirst("^[^/]*", ""))
-                .filter(path -> path.matches(".*/lib(vesk|ldap|sasl2|krb5|gssapi_krb5|gnutls)[^/]*"))
-                .distinct().forEach(path -> good("loaded", path));
+        List<String> loaded = linesOf(Path.of("/proc/self/maps")).map(line -> line.replaceFirst("^[^/]*", ""))
+                .filter(path -> path.matches(".*/lib(vesk|ldap|sasl2|krb5|gssapi_krb5|gnutls|gmime|icuuc)[^/]*"))
+                .distinct().toList();
+        loaded.forEach(path -> good("loaded", path));
+        loaded.stream().filter(path -> path.contains("/libsasl2")).findFirst().ifPresent(this::sasl);
         return true;
     }
 
@@ -128,17 +130,72 @@ final class Doctor implements Callable<Integer> {
     private void folders(InstallRoot root) {
         try {
             log(RawProcess.path(root.log()).toAbsolutePath());
+            queue(root);
         } catch (Refusal e) {
-            bad(e.status(), "log", e.getMessage(), e.next());
+            bad(e.status(), "folders", e.getMessage(), e.next());
         }
+        texts(root.path().resolve("resource/messages/SHA256SUMS"));
         for (LdapVendor vendor : LdapVendor.values()) {
-            Path script = root.path().resolve("ldap/" + vendor.name().toLowerCase(Locale.ROOT) + "/ldapscript.conf");
+            Path script = root.script(vendor);
             if (Files.isReadable(script)) {
                 good("script", script.toString());
             } else {
                 bad(Status.REFUSED, "script", script + (Files.exists(script) ? " cannot be read" : " is missing"),
                         "put the vendor's script there; until then the generic one serves");
             }
+        }
+    }
+
+    private void texts(Path sums) {
+        if (Files.isReadable(sums)) {
+            good("texts", sums.getParent().toString());
+        } else {
+            bad(Status.DONE, "texts", sums + " cannot be read, so notifications are in English",
+                    "install the folder again");
+        }
+    }
+
+    // Only who has an administrator to tell needs it.
+    private void queue(InstallRoot root) {
+        String set = root.setting("general", "queue_notify");
+        String folder = set.isEmpty() ? "/tmp/queue/notify" : set;
+        Path path = RawProcess.path(folder);
+        if (root.setting("General-Notification", "Administrator").isEmpty()) {
+            good("queue", folder + ", not used: no Administrator is set in section General-Notification");
+        } else if (Files.isDirectory(path) && Files.isWritable(path)) {
+            good("queue", folder);
+        } else {
+            bad(Status.REFUSED, "queue", folder + " is no folder that this account may write to",
+                    "make it, or set queue_notify in section general");
+        }
+    }
+
+    private void kerberos() {
+        Krb5Config machine = Krb5Config.find();
+        if (machine.isReadable()) {
+            good("krb5", machine.files() + ", default realm " + machine.defaultRealm());
+        } else {
+            bad(Status.DONE, "krb5", machine.files() + " is missing or cannot be read",
+                    "write it before a directory is asked with Kerberos");
+        }
+    }
+
+    // libsasl2, wherever it was loaded from, looks for its mechanisms in a folder beside it.
+    private void sasl(String loaded) {
+        Path folder = Path.of(loaded).resolveSibling("sasl2");
+        if (hasGssapi(folder)) {
+            good("sasl", folder + ", GSSAPI");
+        } else {
+            bad(Status.DONE, "sasl", "no GSSAPI in " + folder,
+                    "install libsasl2-modules-gssapi-mit before a directory is asked with Kerberos");
+        }
+    }
+
+    private static boolean hasGssapi(Path folder) {
+        try (Stream<Path> files = Files.list(folder)) {
+            return files.anyMatch(file -> file.getFileName().toString().startsWith("libgssapiv2.so"));
+        } catch (IOException e) {
+            return false;
         }
     }
 

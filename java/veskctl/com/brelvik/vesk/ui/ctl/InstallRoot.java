@@ -1,5 +1,6 @@
 package com.brelvik.vesk.ui.ctl;
 
+import com.brelvik.vesk.ui.modelobjects.LdapVendor;
 import java.io.IOException;
 import java.io.InputStream;
 import java.nio.charset.StandardCharsets;
@@ -40,6 +41,11 @@ record InstallRoot(Path path, Map<String, String> settings) {
     /** The setting, or an empty text when it is missing. */
     String setting(String section, String key) {
         return settings.getOrDefault(section + "\n" + key, "");
+    }
+
+    /** The vendor's script. */
+    Path script(LdapVendor vendor) {
+        return path.resolve("ldap/" + vendor.name().toLowerCase(Locale.ROOT) + "/ldapscript.conf");
     }
 
     /** The log file as the library finds it. */

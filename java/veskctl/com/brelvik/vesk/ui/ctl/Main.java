@@ -3,6 +3,7 @@ package com.brelvik.vesk.ui.ctl;
 import java.io.PrintWriter;
 import java.util.Arrays;
 import java.util.LinkedHashMap;
+import java.util.List;
 import java.util.Map;
 import picocli.AutoComplete;
 import picocli.CommandLine;
@@ -32,7 +33,9 @@ public final class Main {
     static CommandLine commandLine() {
         CommandLine line = new CommandLine(new Main());
         PeerCommand.addAll(line.getCommandSpec());
+        line.getSubcommands().get("directory").addSubcommand(new Explain().spec());
         line.getSubcommands().get("call").setStopAtPositional(true);
+        line.getSubcommands().get("code").setUnmatchedOptionsArePositionalParams(true);  // -1 is no option
         return line.setExpandAtFiles(false).setInterpolateVariables(false).setUsageHelpWidth(100)
                 .setOut(new PrintWriter(Output.out(), true)).setErr(new PrintWriter(Output.err(), true))
                 .setParameterExceptionHandler(Main::misused).setExecutionExceptionHandler(Main::refused)
@@ -64,7 +67,7 @@ public final class Main {
 
     private static int refused(Exception e, CommandLine line, ParseResult parsed) {
         CommandSpec spec = line.getCommandSpec();
-        String asked = spec.userObject() instanceof PeerCommand command ? command.asked() : spec.qualifiedName();
+        String asked = PeerArguments.asked(spec);
         OptionSpec option = spec.findOption("--json");
         boolean json = option != null && Boolean.TRUE.equals(option.getValue());
         if (!(e instanceof Refusal refusal)) {
@@ -78,7 +81,7 @@ public final class Main {
 
     private static void tell(boolean json, String asked, String happened, String next) {
         if (!json) {
-            Output.error(asked, happened, next);
+            Output.error(asked, happened, List.of(), next);
             return;
         }
         Map<String, String> told = new LinkedHashMap<>();

@@ -4,6 +4,7 @@ import java.io.FileDescriptor;
 import java.io.FileOutputStream;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
+import java.util.List;
 
 /** Data goes to standard output, talk to the error output; both are UTF-8, whatever the locale. */
 final class Output {
@@ -30,11 +31,16 @@ final class Output {
         ERR.println(shown(line));
     }
 
-    /** The three lines of an error. */
-    static void error(String asked, String happened, String next) {
+    /** The three lines of an error, and what the library logged about it. */
+    static void error(String asked, String happened, List<String> failures, String next) {
         talk("asked:    " + asked);
         talk("happened: " + happened);
+        log(failures);
         talk("next:     " + next);
+    }
+
+    static void log(List<String> failures) {
+        failures.forEach(line -> talk("log:      " + line));
     }
 
     /** A text from outside with all that could steer a terminal, or turn the reading direction, made visible. */

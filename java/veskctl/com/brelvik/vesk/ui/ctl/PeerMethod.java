@@ -3,6 +3,7 @@ package com.brelvik.vesk.ui.ctl;
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
+import com.brelvik.vesk.ui.modelobjects.jni.OwnCode;
 import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.lang.annotation.Annotation;
@@ -39,6 +40,10 @@ record PeerMethod(Method method) {
     /** Null when the method is no command. */
     ConsoleCommand command() {
         return method.getAnnotation(ConsoleCommand.class);
+    }
+
+    List<OwnCode> ownCodes() {
+        return command() == null ? List.of() : List.of(command().own());
     }
 
     List<Parameter> parameters() {

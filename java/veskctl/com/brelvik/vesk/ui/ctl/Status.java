@@ -1,7 +1,5 @@
 package com.brelvik.vesk.ui.ctl;
 
-import com.brelvik.vesk.ui.modelobjects.ResultCode;
-
 /** The exit statuses of veskctl. */
 enum Status {
     DONE,
@@ -16,17 +14,5 @@ enum Status {
 
     int number() {
         return ordinal();
-    }
-
-    static Status of(ResultCode code) {
-        if (code == null) {
-            return FAILED;
-        }
-        return switch (code.kind()) {
-            case DONE -> DONE;
-            case NO -> NO;
-            case REFUSED -> REFUSED;
-            case FAILED -> FAILED;
-        };
     }
 }

@@ -6,7 +6,9 @@ import java.net.InetAddress;
 import java.net.ServerSocket;
 import java.util.LinkedHashMap;
 import java.util.List;
+import java.util.Locale;
 import java.util.Map;
+import java.util.stream.Stream;
 
 /** The calls of a tour through a sample company's directory. */
 final class Tour {
@@ -28,6 +30,32 @@ final class Tour {
 
     List<List<Stop>> stops() {
         return List.of(bases(), accounts(), lists(), filters(), groups(), mails(), faults());
+    }
+
+    /** What needs no server. */
+    static List<Stop> appliance(String keytab, boolean hasAdministrator) {
+        return List.of(
+                at(hasAdministrator ? "A mail to the administrator" : "No administrator to write to",
+                        "LdapJNI.notifyLdapCacheSyncFail", hasAdministrator ? 0 : -1),
+                at("The newest principal of a keytab", "KerberosJNI.getSpnFromKeytab", 0, "FILE", keytab),
+                at("A file that is no keytab", "KerberosJNI.getSpnFromKeytab", 0, "FILE", "/dev/null"),
+                at("A null path", "KerberosJNI.getSpnFromKeytab", 500, "FILE", null));
+    }
+
+    /** The company's accounts in a realm of its name. */
+    List<Stop> kerberos() {
+        String realm = "@" + domain.toUpperCase(Locale.ROOT);
+        return Stream.of(
+                at("A password that the realm's key server knows", "LdapJNI.authenticateUTF8", 0, "ACCOUNT",
+                        "ann" + realm, "password", "secret-ann"),
+                at("The same with a wrong one", "LdapJNI.authenticateUTF8", 203, "ACCOUNT", "ann" + realm, "password",
+                        "guess"),
+                at("An account that the realm does not know", "LdapJNI.authenticateUTF8", 203, "ACCOUNT",
+                        "nobody" + realm, "password", "guess"),
+                at("Names, with a ticket for the bind account", "LdapJNI.searchLDAPUTF8", 0, "TEXT", "ring-*"),
+                at("Wrong password of the bind account", "LdapJNI.checkBaseDN", 201, "bind-password", "guess"))
+                .peek(stop -> stop.arguments().putAll(Map.of("auth", "kerberos", "host", "localhost", "bind-user",
+                        "console" + realm))).toList();
     }
 
     private List<Stop> bases() {

@@ -4,14 +4,25 @@ import com.brelvik.vesk.ui.modelobjects.Coded;
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import java.lang.reflect.Parameter;
 import java.nio.charset.StandardCharsets;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Locale;
+import java.util.Map;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
 /** Texts of the command line as values for native methods. */
 final class Values {
     private Values() {}
+
+    /** The method's arguments from texts by name; without a text an argument is an empty list or null. */
+    static Object[] of(PeerMethod method, Map<String, String> texts) {
+        return method.parameters().stream().map(parameter -> {
+            Arg arg = PeerMethod.describe(parameter);
+            String text = arg == null ? null : texts.get(arg.name());
+            return PeerMethod.isList(parameter) ? new ArrayList<String>() : text == null ? null : of(parameter, text);
+        }).toArray();
+    }
 
     /**
      * The text as a value of the parameter's type.

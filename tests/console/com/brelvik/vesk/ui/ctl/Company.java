@@ -9,7 +9,7 @@ import java.nio.file.Path;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
 
-/** The sample company on a directory server of its own. */
+/** The sample company on a directory server of its own, which offers StartTLS. */
 final class Company implements AutoCloseable {
     private final Path folder = Files.createTempDirectory("slapd");
     private final Process server;
@@ -22,9 +22,14 @@ final class Company implements AutoCloseable {
             port = free.getLocalPort();
         }
         server = tool("private-slapd", "--dir", folder.resolve("server").toString(), "--ldif", ldif.toString(),
-                "--port", Integer.toString(port)).redirectOutput(ProcessBuilder.Redirect.DISCARD)
+                "--tls", "--port", Integer.toString(port)).redirectOutput(ProcessBuilder.Redirect.DISCARD)
                 .redirectError(ProcessBuilder.Redirect.INHERIT).start();
         awaitPort();
+    }
+
+    /** A certificate that signed the server's ("ca") or did not ("other-ca"). */
+    Path authority(String name) {
+        return folder.resolve("server/tls/" + name + ".pem");
     }
 
     private static ProcessBuilder tool(String name, String... arguments) {

@@ -68,7 +68,9 @@ class DirectoryTest {
         assertEquals(list == null ? List.of() : List.of(list.split(" ")), run.lines());
         String[] talk = run.err().split("\n");
         assertTrue(talk[code == 0 ? 0 : 1].contains(code + " "), run.err());
-        assertEquals(code == 0 ? 1 : 3, talk.length, run.err());
+        long logged = run.err().lines().filter(line -> line.startsWith("log:      directory: ")).count();
+        assertEquals((code == 0 ? 1 : 3) + logged, talk.length, run.err());
+        assertTrue(logged > 0 || status != 4, run.err());
     }
 
     @ParameterizedTest
@@ -86,6 +88,38 @@ class DirectoryTest {
         run = ctl.library(Path.of("/nonexistent")).run(arguments.split(" +"));
         assertEquals(status, run.status(), run.err());
         assertTrue(run.err().split("\n")[1].contains(why), run.err());
+    }
+
+    @ParameterizedTest
+    @CsvSource(delimiter = '|', textBlock = """
+            security = starttls; ca_file = CA | --user ann --group WORLD          | 0 |          | null
+            security = tls                   |                                   | 3 | settings | unknown
+            security = ldaps; ca_file = /none |                                   | 3 | settings | /none is missing
+            security = ldaps; ca_file = CA   |                                   | 4 | TLS      | no TLS is spoken
+            security = starttls; ca_file = xCA |                                   | 4 | TLS      | ca_file holds no
+                                             | --host no.such.host.invalid       | 4 | resolve  | resolve failed
+                                             | --port 1                          | 4 | connect  | refused
+                                             | --bind-user cn=admin,dc=example   | 4 | bind     | credentials
+                                             | --base-dn ou=x,dc=example,dc=com  | 1 | base     | dc=com exists
+                                             | --user anna                       | 1 | user     | like it: ann
+                                             | --group ring-d                    | 1 | group    | ring-a, ring-b
+                                             | --user ann --group ring-a         | 1 | member   | 204
+            """)
+    void aSetUpIsExplainedUpToTheStepThatFails(String settings, String arguments, int status, String step, String why)
+            throws Exception {
+        Path home = Folders.installRoot(settings == null ? "" : "[LDAP]\n" + settings.replace("; ", "\n")
+                .replace("xCA", company.authority("other-ca").toString())
+                .replace("CA", company.authority("ca").toString()));
+        run = ctl.with("VESK_HOME", home.toString())
+                .run(("directory explain --json " + (arguments == null ? "" : arguments)).split(" +"));
+        Folders.delete(home);
+        assertEquals(status, run.status(), run.out() + run.err());
+        String json = run.out().replace('"', '\'');
+        String verdict = step == null ? "{'ok':true,'failed':null," : "{'ok':false,'failed':'" + step + "',";
+        assertTrue(json.startsWith(verdict + "'steps':[{'step':'settings','ok':"), json);
+        String last = json.substring(json.lastIndexOf("{'step':'" + (step == null ? "member" : step) + "','ok':"));
+        assertTrue(last.contains(why) && last.contains("'next':"), last);
+        assertEquals(step == null ? 0 : 1, json.split("'ok':false,'asked'").length - 1, json);
     }
 
     @Test

@@ -5,7 +5,9 @@ import java.nio.file.Files;
 import java.nio.file.LinkOption;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
+import java.nio.file.StandardOpenOption;
 import java.util.Comparator;
+import java.util.List;
 import java.util.stream.Stream;
 
 /** Whole folders. */
@@ -34,11 +36,13 @@ final class Folders {
         }
     }
 
-    /** An install root as the appliance has it. */
-    static Path installRoot() throws IOException {
+    /** An install root as the appliance has it, with more lines in its settings. */
+    static Path installRoot(String... settings) throws IOException {
         Path root = Files.createTempDirectory("vesk-home");
         copy(Ctl.SOURCE.resolve("appliance/root/opt/brelvik/vesk"), root);
+        copy(Ctl.BUILD.resolve("share/vesk"), root);
         Files.createDirectories(root.resolve("log"));
+        Files.write(root.resolve("config/vesk.ini"), List.of(settings), StandardOpenOption.APPEND);
         return root;
     }
 }

@@ -145,6 +145,7 @@ class InstallTest {
         String document = Files.readString(Ctl.SOURCE.resolve("docs/result-codes.md"));
         assertTrue(document.contains(ctl.run("code", "--markdown").out()), "run veskctl code --markdown");
         assertTrue(ctl.run("code", "206").out().contains("check-base"));
+        assertTrue(ctl.run("code", "-1").out().startsWith("-1 NO_ADMINISTRATOR (LdapJNI."));
     }
 
     @Test

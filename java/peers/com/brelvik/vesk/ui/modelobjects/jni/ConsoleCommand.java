@@ -35,4 +35,13 @@ public @interface ConsoleCommand {
 
     /** The codes that are this method's own. */
     OwnCode[] own() default {};
+
+    /** What success means, where the code alone does not tell. */
+    String done() default "";
+
+    /** Part of a line that the method logs when it answers success but has failed; empty where it does not. */
+    String denial() default "";
+
+    /** What it means when the list stays empty. */
+    String empty() default "";
 }

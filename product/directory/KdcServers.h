@@ -1,0 +1,26 @@
+// Where the key servers of a realm are.
+#ifndef VESK_DIRECTORY_KDC_SERVERS_H
+#define VESK_DIRECTORY_KDC_SERVERS_H
+
+#include <krb5.h>
+
+#include <string>
+#include <vector>
+
+#include "TimeBudget.h"
+
+namespace VESK::directory {
+
+struct KdcServer {
+  std::string host;
+  int port;
+};
+using KdcServers = std::vector<KdcServer>;
+
+// Those that krb5.conf names for the realm, in its order. Where it names none, those that DNS has
+// (SRV records of _kerberos._tcp) unless dns_lookup_kdc forbids to ask, the most wanted first.
+KdcServers kdcServersOf(krb5_context context, const std::string& realm, Clock::time_point deadline);
+
+}  // namespace VESK::directory
+
+#endif

@@ -1,0 +1,98 @@
+// Binds by SASL/GSSAPI with the ticket that an account's password gives.
+#include <sasl/sasl.h>
+
+#include "Failure.h"
+#include "Kerberos.h"
+#include "Session.h"
+
+namespace VESK {
+
+using namespace directory;
+
+namespace {
+
+struct Credential {
+  gss_cred_id_t handle;
+  bool given = false;
+};
+
+// Cyrus SASL asks who to act for before it looks for credentials, and this is the first moment at
+// which libldap takes one. Without it the process's default cache would serve: somebody else.
+int giveCredential(LDAP* handle, unsigned, void* credential, void* prompts) {
+  auto& own = *static_cast<Credential*>(credential);
+  for (auto* prompt = static_cast<sasl_interact_t*>(prompts); prompt->id != SASL_CB_LIST_END;
+       ++prompt) {
+    prompt->result = "";
+    prompt->len = 0;
+  }
+  own.given = ldap_set_option(handle, LDAP_OPT_X_SASL_GSS_CREDS, own.handle) == LDAP_OPT_SUCCESS;
+  return own.given ? LDAP_SUCCESS : LDAP_LOCAL_ERROR;
+}
+
+// An Active Directory refuses Kerberos layers inside TLS, and wants the two tied together there.
+void setSecurity(LDAP* handle) {
+  const bool tls = ldap_tls_inplace(handle) != 0;
+  const int binding = tls ? LDAP_OPT_X_SASL_CBINDING_TLS_ENDPOINT : LDAP_OPT_X_SASL_CBINDING_NONE;
+  ldap_set_option(handle, LDAP_OPT_X_SASL_CBINDING, &binding);
+  ldap_set_option(handle, LDAP_OPT_X_SASL_SECPROPS,
+                  tls ? "noanonymous,noplain,minssf=0,maxssf=0"
+                      : "noanonymous,noplain,minssf=0,maxssf=256,maxbufsize=65536");
+  ldap_set_option(handle, LDAP_OPT_X_SASL_NOCANON, LDAP_OPT_ON);
+}
+
+// The wire is sound; the libraries on this side could not go on.
+bool isLocal(int code) {
+  return code == LDAP_LOCAL_ERROR || code == LDAP_AUTH_UNKNOWN || code == LDAP_PARAM_ERROR ||
+         code == LDAP_NOT_SUPPORTED || code == LDAP_USER_CANCELLED;
+}
+
+}  // namespace
+
+int BvLDAPConnection::Session::bindKerberos(const TimeBudget& budget, const std::string& user,
+                                            const std::string& password) {
+  KerberosTicket ticket(serverHost, budget.deadline());
+  if (!ticket.obtain(principalOf(user, vendor == ACTIVEDIRECTORY), password)) {
+    const KerberosFailure& failure = ticket.failure();
+    return fail(budget, failure.step.c_str(), failure.peer, failure.reason, failure.hint);
+  }
+  const int code = bindSasl(budget, ticket.credential());
+  return code == LDAP_SUCCESS ? code : failSasl(budget, code, ticket.clockIsWrong());
+}
+
+int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool clockIsWrong) {
+  constexpr const char* STEP = "SASL bind";
+  const std::string words = " [" + diagnosticOf(handle.get()) + "]";
+  if (transport->timedOut() || (isWireFailure(code) && !isLocal(code))) {
+    return fail(budget, STEP, code);
+  }
+  if (code == LDAP_AUTH_UNKNOWN) {
+    return fail(budget, STEP, "no GSSAPI mechanism on this machine" + words,
+                "install the GSSAPI module of Cyrus SASL");
+  }
+  if (code == LDAP_AUTH_METHOD_NOT_SUPPORTED) {
+    return fail(budget, STEP, "the server has no GSSAPI mechanism" + words,
+                "let the server offer GSSAPI");
+  }
+  if (clockIsWrong) return fail(budget, STEP, "clock skew" + words, SAME_TIME);
+  return code > 0 ? fail(budget, STEP, code)
+                  : fail(budget, STEP, "GSSAPI failed" + words,
+                         "check the server's keytab, and krb5.conf on both machines");
+}
+
+int BvLDAPConnection::Session::bindSasl(const TimeBudget& budget, void* gssCredential) {
+  Credential credential{static_cast<gss_cred_id_t>(gssCredential)};
+  LdapMessage answer;
+  const char* mechanism = nullptr;
+  setSecurity(handle.get());
+  for (;;) {
+    int id = 0;
+    const int code = ldap_sasl_interactive_bind(handle.get(), nullptr, "GSSAPI", nullptr, nullptr,
+                                                LDAP_SASL_QUIET, giveCredential, &credential,
+                                                answer.get(), &mechanism, &id);
+    if (code == LDAP_SUCCESS && !credential.given) return LDAP_SERVER_DOWN;
+    if (code != LDAP_SASL_BIND_IN_PROGRESS) return code;
+    if (const int waited = awaitMessage(budget, id, answer); waited != LDAP_SUCCESS) return waited;
+  }
+}
+
+}  // namespace VESK

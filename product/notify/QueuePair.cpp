@@ -1,0 +1,122 @@
+#include "QueuePair.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "GMime.h"
+
+namespace VESK::notify {
+
+namespace {
+
+constexpr mode_t FILE_MODE = 0640;
+
+class Descriptor {
+ public:
+  explicit Descriptor(int opened) : number(opened) {}
+  ~Descriptor() {
+    if (number >= 0) ::close(number);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  const int number;
+};
+
+// The system kills a process that writes beyond its limit, unless a handler is set, which is the
+// whole process's. So the limit is asked for first.
+bool fitsLimit(std::size_t length) {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur >= length) return true;
+  errno = EFBIG;
+  return false;
+}
+
+bool writeAll(int file, const std::string& content) {
+  for (std::size_t done = 0; done < content.size();) {
+    const ssize_t count = ::write(file, content.data() + done, content.size() - done);
+    if (count < 0 && errno != EINTR) return false;
+    if (count > 0) done += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+// A file on its way into the folder; goes with its owner unless it is to stay.
+class Arrival {
+ public:
+  Arrival(int folderDescriptor, const QueueFile& arriving, QueueFailure& report)
+      : folder(folderDescriptor), file(arriving), failure(report) {}
+  ~Arrival() {
+    if (!present.empty()) ::unlinkat(folder, present.c_str(), 0);
+  }
+  Arrival(const Arrival&) = delete;
+  Arrival& operator=(const Arrival&) = delete;
+
+  // Readers of the queue pass over names that begin with a dot.
+  bool write() {
+    const std::string name = std::string(".") + Text(g_uuid_string_random()).get();
+    const Descriptor target(
+        ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, FILE_MODE));
+    if (target.number < 0) return fail("create");
+    present = name;
+    // Whatever the umask says.
+    if (::fchmod(target.number, FILE_MODE) != 0) return fail("set mode");
+    if (!fitsLimit(file.content.size()) || !writeAll(target.number, file.content)) {
+      return fail("write");
+    }
+    return ::fsync(target.number) == 0 || fail("sync");
+  }
+
+  bool appear() {
+    if (::renameat2(folder, present.c_str(), folder, file.name, RENAME_NOREPLACE) != 0) {
+      return fail("rename");
+    }
+    present = file.name;
+    return true;
+  }
+
+  void stay() { present.clear(); }
+
+ private:
+  bool fail(const char* step) {
+    failure = {step, file.name, errno};
+    return false;
+  }
+
+  int folder;
+  const QueueFile& file;
+  QueueFailure& failure;
+  std::string present;
+};
+
+bool isThere(int folder, const char* name) {
+  struct stat status {};
+  return ::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+}  // namespace
+
+QueueFailure writePair(const char* folder, const QueueFile& first, const QueueFile& second) {
+  const Descriptor queue(::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (queue.number < 0) return {"open", "", errno};
+  // Seen early, an old pair costs no writing; the renames decide.
+  for (const char* name : {first.name, second.name}) {
+    if (isThere(queue.number, name)) return {"create", name, EEXIST};
+  }
+  QueueFailure failure;
+  // The second one goes first if both have to.
+  Arrival one(queue.number, first, failure);
+  Arrival two(queue.number, second, failure);
+  if (!one.write() || !two.write() || !one.appear() || !two.appear()) return failure;
+  if (::fsync(queue.number) != 0) return {"sync", "", errno};
+  one.stay();
+  two.stay();
+  return failure;
+}
+
+}  // namespace VESK::notify
