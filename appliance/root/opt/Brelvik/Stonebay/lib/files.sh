@@ -66,6 +66,6 @@ set_keys() {
     shift 2
   done
   if [ "$content" = "$(cat -- "$file")" ]; then return; fi
-  replace "${file%/*}/.${file##*/}.last" <"$file" && printf '%s\n' "$content" | replace "$file" ||
-    die 4 "$file cannot be written"
+  replace "${file%/*}/.${file##*/}.last" <"$file" || die 4 "$file cannot be written"
+  printf '%s\n' "$content" | replace "$file" || die 4 "$file cannot be written"
 }

@@ -67,6 +67,7 @@ pack() {
     printf '%s %s\n' "$form" "$(cat "$home/version")"
     (cd "$1" && xargs -d '\n' sha256sum -- <<<"$names")
   } >"$1/MANIFEST" || die 1 'the sums cannot be made'
+  touch -d @0 "$1/MANIFEST" # the same state gives the same file
   printf 'MANIFEST\n%s\n' "$names" |
     tar -C "$1" --owner=0 --group=0 --numeric-owner -T - -czf "$2" && sync -- "$2" ||
     die 5 "$2 cannot be written"

@@ -14,6 +14,7 @@ key() {
 # changed before all of it is known to be possible.
 read_wanted() {
   local file family
+  host=
   declare -gA addresses=() gateway=()
   servers=()
   v6=$(key /etc/sysconfig/network NETWORKING_IPV6)
@@ -64,11 +65,11 @@ read_interface() {
   v6_address=$(key "$1" IPV6ADDR)
   addresses[$2]=
   if [[ -n $ip ]]; then
-    length=$(mask_length "$mask") && host_ipv4 "$ip" "$length" || die 6 "$1: no address: $ip, $mask"
+    { length=$(mask_length "$mask") && host_ipv4 "$ip" "$length"; } || die 6 "$1: no address: $ip, $mask"
     addresses[$2]=$ip/$length
   fi
   if [[ -n $v6_address && $v6 == yes ]]; then
-    [[ $v6_address =~ ^[^/]+/([1-9][0-9]?|1[01][0-9]|12[0-8])$ ]] && host_ipv6 "${v6_address%/*}" ||
+    { [[ $v6_address =~ ^[^/]+/([1-9][0-9]?|1[01][0-9]|12[0-8])$ ]] && host_ipv6 "${v6_address%/*}"; } ||
       die 6 "$1: no IPv6 address with a prefix length: $v6_address"
     addresses[$2]+=" $v6_address"
   fi

@@ -4,6 +4,8 @@
 # parent that section parent_socket names is reached by the Unix socket in the folder given there.
 # files: /etc/conf/stb.conf; the password file (mode 0600)
 
+parent='' connect='' query='' # set by parent_is
+
 # parent_is PARENT ACCOUNT: how libpq is to reach it, for every question after.
 parent_is() {
   [[ ${#1} -le 253 && $1 =~ ^[A-Za-z0-9:][A-Za-z0-9.:-]*$ ]] || die 6 "not a host name or address: $1"
@@ -19,9 +21,8 @@ parent_is() {
   get PGPASSFILE database password_file
   [[ -r $PGPASSFILE ]] || die 3 "$PGPASSFILE cannot be read"
   [[ $(stat -Lc %a -- "$PGPASSFILE") == ?00 ]] || die 3 "$PGPASSFILE can be read by others: chmod 600"
-  PGUSER=$2 PGCONNECT_TIMEOUT=$connect PGAPPNAME=vesk PGCLIENTENCODING=UTF8
-  PGOPTIONS="-c statement_timeout=${query}s -c lock_timeout=${query}s"
-  export "${!PG@}"
+  export PGUSER=$2 PGCONNECT_TIMEOUT=$connect PGAPPNAME=vesk PGCLIENTENCODING=UTF8
+  export PGOPTIONS="-c statement_timeout=${query}s -c lock_timeout=${query}s" "${!PG@}"
 }
 
 # get_seconds VARIABLE KEY
