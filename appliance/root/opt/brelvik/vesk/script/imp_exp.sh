@@ -22,7 +22,7 @@ set -u
 export LC_ALL=C
 umask 077
 # shellcheck source=appliance/root/opt/Brelvik/Stonebay/lib/files.sh
-. /opt/Brelvik/Stonebay/lib/files.sh
+. /opt/Brelvik/Stonebay/lib/files.sh || exit 1
 
 home=$(dirname "$(dirname "$(readlink -f "$0")")")
 readonly home data=$home/data
