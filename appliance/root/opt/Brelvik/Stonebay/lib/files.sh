@@ -29,10 +29,11 @@ replace() (
   rm -f -- "$new" && cat >"$new" || exit 1
   if [ -e "$1" ]; then
     chmod --reference="$1" -- "$new" || exit 1
-    # Without power over files, only what is another's cannot stay so.
-    if [ "$(stat -c %u:%g -- "$1")" != "$(stat -c %u:%g -- "$new")" ]; then
-      chown --reference="$1" -- "$new" || exit 1
-    fi
+    # An owner that this namespace does not know cannot be given.
+    case $(stat -c %u:%g -- "$1") in
+      "$(stat -c %u:%g -- "$new")" | "$(cat /proc/sys/kernel/overflowuid)":*) ;;
+      *) chown --reference="$1" -- "$new" || exit 1 ;;
+    esac
   else
     chmod 644 -- "$new" || exit 1
   fi

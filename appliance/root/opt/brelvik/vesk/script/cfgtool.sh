@@ -21,13 +21,13 @@ export LC_ALL=C
 home=$(dirname "$(dirname "$(readlink -f "$0")")")
 readonly home
 # shellcheck source=appliance/root/opt/Brelvik/Stonebay/lib/files.sh
-. /opt/Brelvik/Stonebay/lib/files.sh
+. /opt/Brelvik/Stonebay/lib/files.sh || exit 3
 # shellcheck source=appliance/root/opt/Brelvik/Stonebay/lib/net.sh
-. /opt/Brelvik/Stonebay/lib/net.sh
+. /opt/Brelvik/Stonebay/lib/net.sh || exit 3
 # shellcheck source=appliance/root/opt/brelvik/vesk/script/network.sh
-. "$home/script/network.sh"
+. "$home/script/network.sh" || exit 3
 # shellcheck source=appliance/root/opt/brelvik/vesk/script/parent.sh
-. "$home/script/parent.sh"
+. "$home/script/parent.sh" || exit 3
 
 glcfg() {
   /opt/Brelvik/Stonebay/bin/glcfg /etc/conf/stb.conf "$@"

@@ -12,7 +12,7 @@
 set -u
 export LC_ALL=C
 # shellcheck source=appliance/root/opt/Brelvik/Stonebay/lib/files.sh
-. /opt/Brelvik/Stonebay/lib/files.sh
+. /opt/Brelvik/Stonebay/lib/files.sh || exit 2
 
 setting() {
   /opt/Brelvik/Stonebay/bin/glcfg /etc/conf/stb.conf val manager "$1"

@@ -22,7 +22,7 @@ set -u
 export LC_ALL=C
 umask 077
 # shellcheck source=appliance/root/opt/Brelvik/Stonebay/lib/files.sh
-. /opt/Brelvik/Stonebay/lib/files.sh
+. /opt/Brelvik/Stonebay/lib/files.sh || exit 1
 
 home=$(dirname "$(dirname "$(readlink -f "$0")")")
 readonly home data=$home/data
@@ -89,11 +89,10 @@ refuse() {
 # verified ARCHIVE FOLDER: unpacks into the empty FOLDER, once the list of contents is a good one.
 verified() {
   local list names
-  gzip -tq "$1" 2>/dev/null || refuse 'it is damaged'
   # The list of an archive that unpacks to without end is cut, and refused for its length.
   list=$(tar --numeric-owner --quoting-style=escape -tvzf "$1" 2>/dev/null | head -n $((most_files + 1)))
   awk -v files=$most_files -v bytes=$most_bytes '
-    NF != 6 || !/^-[rw-][rw-][x-]/ || $1 ~ /[sStT]/ { bad = 1 }
+    NF != 6 || $1 !~ /^-[r-][w-][x-][r-][w-][x-][r-][w-][x-]$/ { bad = 1 }
     { sum += $3 }
     END { exit bad || NR < 2 || NR > files || sum > bytes }' <<<"$list" ||
     refuse 'it holds something else than plain files, or too much'

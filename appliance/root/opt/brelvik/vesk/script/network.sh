@@ -166,7 +166,7 @@ restore() {
   done
   hostname "$(cat "$1/host")"
   for file in hostname resolv.conf; do
-    if [[ -e $1/$file ]]; then cp -a "$1/$file" /etc/; else rm -f "/etc/$file"; fi
+    if [[ -e $1/$file ]]; then cp -a --remove-destination "$1/$file" /etc/; else rm -f "/etc/$file"; fi
   done
 }
 
