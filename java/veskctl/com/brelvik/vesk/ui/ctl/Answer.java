@@ -1,5 +1,6 @@
 package com.brelvik.vesk.ui.ctl;
 
+import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import java.lang.reflect.Array;
 import java.util.ArrayList;
 import java.util.Collections;
@@ -32,12 +33,12 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         if (value instanceof Boolean yes && Meaning.own(method, yes ? 1 : 0) != null) {
             return yes ? 1 : 0;
         }
-        return value instanceof Integer code ? code : null;
+        return value instanceof Integer code && method.form() != ConsoleCommand.Form.NUMBER ? code : null;
     }
 
     Status status() {
         if (code() == null) {
-            return Status.DONE;
+            return "".equals(value) && !note().isEmpty() ? Status.NO : Status.DONE;
         }
         Meaning known = Meaning.of(method, code());
         return known == null || known.status() == Status.DONE && isDenied() ? Status.FAILED : known.status();
@@ -54,8 +55,10 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             Output.out().println(Json.of(toMap()));
             return status();
         }
-        if (code() == null) {
-            elements().forEach(element -> Output.data(String.valueOf(element)));
+        if (code() == null && status() == Status.NO) {
+            Output.talk("no" + note());
+        } else if (code() == null) {
+            elements().forEach(element -> Output.data(shown(element)));
             Output.log(failures);
         } else if (status() == Status.DONE) {
             Output.talk(Meaning.describe(method, code()) + note());
@@ -73,9 +76,13 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
 
     // What a success means here, in the method's own words.
     private String note() {
-        boolean isEmpty = method.fillsList() && lists.stream().allMatch(List::isEmpty);
+        boolean isEmpty = method.fillsList() ? lists.stream().allMatch(List::isEmpty) : "".equals(value);
         String note = method.command() == null ? "" : isEmpty ? method.command().empty() : method.command().done();
         return !note.isEmpty() ? ": " + note : failures.isEmpty() ? "" : ", but not all went well";
+    }
+
+    private static String shown(Object element) {
+        return element instanceof Boolean yes ? yes ? "yes" : "no" : String.valueOf(element);
     }
 
     private List<Object> elements() {
@@ -90,12 +97,15 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
     private Map<String, Object> toMap() {
         Map<String, Object> map = new LinkedHashMap<>();
         map.put("call", method.name());
-        if (value instanceof Integer) {
+        if (value instanceof Integer && code() != null) {
             map.put("code", code());
         } else {
             map.put("value", value != null && value.getClass().isArray() ? elements() : value);
         }
         if (code() != null) {
+            if (method.form() != ConsoleCommand.Form.CODE) {
+                map.put("exit", Meaning.exit(method, code()));
+            }
             Meaning known = Meaning.of(method, code());
             map.put("name", known == null ? null : known.name());
             map.put("meaning", known == null ? null : known.text());

@@ -19,6 +19,9 @@ final class CallCommand implements Callable<Integer> {
     @Option(names = "--json", description = "Answer as one line of JSON")
     private boolean json;
 
+    @Option(names = "--unchecked", description = "Pass texts on whatever they hold; a shell may run what is in them")
+    private boolean unchecked;
+
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is the password")
     private String passwordFile;
 
@@ -57,6 +60,9 @@ final class CallCommand implements Callable<Integer> {
             boolean implied = !withLists && PeerMethod.isList(parameters.get(i));
             values[i] = value(parameters.get(i), implied ? "@list" : texts.get(next++));
         }
+        if (!unchecked) {
+            Values.checkRoom(method, values);
+        }
         return values;
     }
 
@@ -75,7 +81,8 @@ final class CallCommand implements Callable<Integer> {
             throw new Refusal(Status.REFUSED, arg.name() + ": every user of the machine can read a command line",
                     "write @password, and give it by --password-file, " + Passwords.VARIABLE + " or at the prompt");
         }
-        return Values.of(parameter, text.startsWith("@@") ? text.substring(1) : text);
+        String plain = text.startsWith("@@") ? text.substring(1) : text;
+        return unchecked ? Values.unchecked(parameter, plain) : Values.of(parameter, plain);
     }
 
     private static String signature(PeerMethod method) {

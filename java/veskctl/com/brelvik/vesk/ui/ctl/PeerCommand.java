@@ -50,6 +50,11 @@ final class PeerCommand implements Callable<Integer> {
         List<String> lines = new ArrayList<>(List.of("%nCodes of " + method.name() + ":"));
         IntStream.concat(own, IntStream.of(method.command().codes())).sorted().distinct()
                 .forEach(code -> lines.add("  " + Meaning.describe(method, code)));
+        switch (method.form()) {
+            case WAIT_STATUS -> lines.add("  others: the command's wait status, which is told in words");
+            case EXIT_CODE -> lines.add("  others: the command's exit code");
+            default -> { }
+        }
         return lines.toArray(String[]::new);
     }
 

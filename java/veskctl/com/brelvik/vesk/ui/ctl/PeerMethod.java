@@ -42,6 +42,10 @@ record PeerMethod(Method method) {
         return method.getAnnotation(ConsoleCommand.class);
     }
 
+    ConsoleCommand.Form form() {
+        return command() == null ? ConsoleCommand.Form.CODE : command().form();
+    }
+
     List<OwnCode> ownCodes() {
         return command() == null ? List.of() : List.of(command().own());
     }

@@ -28,7 +28,8 @@ public @interface Arg {
      * checks them first.
      */
     enum Shape {
-        TEXT, HOST_NAME, HOST, IPV4, IPV4_MASK, IPV6, PREFIX_LENGTH, DEVICE, ZONE, ZONE_WORD, DATE_TIME, FILE, FILE_WORD,
+        TEXT, HOST_NAME, HOST, IPV4, IPV4_MASK, IPV6, PREFIX_LENGTH, DEVICE, ZONE, ZONE_WORD, DATE_TIME, FILE,
+            FILE_WORD,
         POSTFIX_KEY, POSTFIX_VALUE, WORD
     }
 
@@ -45,6 +46,9 @@ public @interface Arg {
     Class<? extends Coded> words() default Coded.class;
 
     Shape shape() default Shape.TEXT;
+
+    /** Whether an empty text is fit in spite of the shape, because it takes a setting away. */
+    boolean orEmpty() default false;
 
     /** The most bytes of UTF-8 that the native side reads; it cuts a longer text without notice. */
     int bytes() default Integer.MAX_VALUE;

@@ -42,6 +42,15 @@ public @interface ConsoleCommand {
     /** Part of a line that the method logs when it answers success but has failed; empty where it does not. */
     String denial() default "";
 
-    /** What it means when the list stays empty. */
+    /**
+     * The most bytes that the texts may have together, as the native side counts them; it cuts a longer command line
+     * without notice. An argument alone has {@link Arg#bytes}.
+     */
+    int room() default Integer.MAX_VALUE;
+
+    /** Whether the path of the install root takes some of that {@link #room}. */
+    boolean homeTakesRoom() default false;
+
+    /** What it means when the list, or the text that is the answer, stays empty. */
     String empty() default "";
 }

@@ -21,7 +21,6 @@ public final class PostfixJNI {
             codes = {0, 100})
     public native int postfixReload();
 
-
     /**
      * Tells whether Postfix's tools are on the search path.
      *
@@ -31,18 +30,17 @@ public final class PostfixJNI {
             codes = {0, 100, 101, 102})
     public native int isPostfixExist();
 
-
     /**
      * Compiles a look-up table. Whether it could is not told.
      *
      * @param file source of the table; not null. The shell sees it without quotes: the caller checks it
      * @return 0; 100 no command line, 500 null argument
      */
-    @ConsoleCommand(group = "postfix", name = "postmap", help = "Compile a look-up table.",
+    @ConsoleCommand(group = "postfix", name = "postmap", room = 1015, help = "Compile a look-up table.",
             codes = {0, 100, 500})
-    public native int postmap(@Arg(name = "FILE", help = "Source of the table", from = Arg.Source.POSITION, shape = Arg.Shape.FILE_WORD)
+    public native int postmap(@Arg(name = "FILE", help = "Source of the table", from = Arg.Source.POSITION,
+            shape = Arg.Shape.FILE_WORD)
             String file);
-
 
     /**
      * Tells whether a parameter is set explicitly. One that is hidden by a longer name printed before it counts as not
@@ -52,11 +50,11 @@ public final class PostfixJNI {
      *     the caller checks it
      * @return 0 it is, 103 it is not, 100 no command line, 101 not started, 500 null argument
      */
-    @ConsoleCommand(group = "postfix", name = "is-set", help = "Is a parameter set explicitly?",
+    @ConsoleCommand(group = "postfix", name = "is-set", room = 1001, help = "Is a parameter set explicitly?",
             codes = {0, 100, 101, 103, 500})
-    public native int isKeyConfigured(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION, shape = Arg.Shape.POSTFIX_KEY)
+    public native int isKeyConfigured(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION,
+            shape = Arg.Shape.POSTFIX_KEY)
             String key);
-
 
     /**
      * Reads the value of the first parameter, in the order of the alphabet, whose name begins with a key.
@@ -67,11 +65,11 @@ public final class PostfixJNI {
      * @return 0 done, 100 no command line, 101 not started, 102 no such parameter, 500 null argument, 501 no Java
      *     string, 503 list refused
      */
-    @ConsoleCommand(group = "postfix", name = "get", help = "Show the value of a parameter.",
+    @ConsoleCommand(group = "postfix", name = "get", room = 1004, help = "Show the value of a parameter.",
             codes = {0, 100, 101, 102, 500, 501, 503})
-    public native int getPostconf(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION, shape = Arg.Shape.POSTFIX_KEY)
+    public native int getPostconf(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION,
+            shape = Arg.Shape.POSTFIX_KEY)
             String key, ArrayList<String> list);
-
 
     /**
      * Sets a parameter. Whether Postfix took it is not told. The shell sees key and value inside single quotes: the
@@ -81,12 +79,12 @@ public final class PostfixJNI {
      * @param value its value; not null
      * @return 0; 100 no command line, 500 null argument
      */
-    @ConsoleCommand(group = "postfix", name = "set", help = "Set a parameter.",
-            codes = {0, 100, 500})
-    public native int setPostconf(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION, shape = Arg.Shape.POSTFIX_KEY)
-            String key, @Arg(name = "VALUE", help = "Its value", from = Arg.Source.POSITION, shape = Arg.Shape.POSTFIX_VALUE)
+    @ConsoleCommand(group = "postfix", name = "set", room = 1008, help = "Set a parameter.", codes = {0, 100, 500})
+    public native int setPostconf(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION,
+            shape = Arg.Shape.POSTFIX_KEY)
+            String key, @Arg(name = "VALUE", help = "Its value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.POSTFIX_VALUE)
             String value);
-
 
     /**
      * Tells whether a file is a well-formed PEM certificate or private key.
@@ -95,12 +93,12 @@ public final class PostfixJNI {
      * @param isKey whether a key is expected, not a certificate
      * @return 0 it is, 105 it is not, 500 null path
      */
-    @ConsoleCommand(group = "postfix", name = "check-pem", help = "Is a file a well-formed PEM certificate or key?",
-            codes = {0, 105, 500})
-    public native int checkPEMFormat(@Arg(name = "FILE", help = "PEM file", from = Arg.Source.POSITION, shape = Arg.Shape.FILE_WORD)
+    @ConsoleCommand(group = "postfix", name = "check-pem", room = 492, homeTakesRoom = true,
+            help = "Is a file a well-formed PEM certificate or key?", codes = {0, 105, 500})
+    public native int checkPEMFormat(@Arg(name = "FILE", help = "PEM file", from = Arg.Source.POSITION,
+            shape = Arg.Shape.FILE_WORD)
             String path, @Arg(name = "key", help = "Expect a private key")
             boolean isKey);
-
 
     /**
      * Makes the source of Postfix's client restriction table from connection rules, one a line: {@code 10.1.0.0/16
@@ -112,10 +110,11 @@ public final class PostfixJNI {
      */
     @ConsoleCommand(group = "postfix", name = "restrictions", help = "Make the client restriction table.",
             codes = {0, 104, 500})
-    public native int composeClientRestrictionFile(@Arg(name = "RULES", help = "File of rules", from = Arg.Source.POSITION, shape = Arg.Shape.FILE)
-            String inputPath, @Arg(name = "TABLE", help = "File to write", from = Arg.Source.POSITION, shape = Arg.Shape.FILE)
+    public native int composeClientRestrictionFile(@Arg(name = "RULES", help = "File of rules",
+            from = Arg.Source.POSITION, shape = Arg.Shape.FILE)
+            String inputPath, @Arg(name = "TABLE", help = "File to write", from = Arg.Source.POSITION,
+            shape = Arg.Shape.FILE)
             String outputPath);
-
 
     /**
      * Kept for old consoles; writes nothing.
@@ -128,7 +127,6 @@ public final class PostfixJNI {
      * @return 0
      */
     public native int exportPEMFile(String a, String b, String c, String d, String path);
-
 
     /**
      * Kept for old consoles; reads nothing.

@@ -22,7 +22,6 @@ public final class SystemJNI {
     public native int processRunning(@Arg(name = "PID", help = "Number of the process", from = Arg.Source.POSITION)
             int pid);
 
-
     /**
      * Tells the number of the process that hosts the console.
      *

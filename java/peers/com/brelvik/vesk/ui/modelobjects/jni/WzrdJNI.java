@@ -23,7 +23,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getHostname(ArrayList<String> list);
 
-
     /**
      * Reads the IPv4 address of the data port.
      *
@@ -34,7 +33,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "ip", help = "Show the IPv4 address of the data port.",
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIPAddr(ArrayList<String> list);
-
 
     /**
      * Reads the IPv4 mask of the data port.
@@ -47,7 +45,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIPMask(ArrayList<String> list);
 
-
     /**
      * Reads the IPv4 gateway.
      *
@@ -58,7 +55,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "ipv4-gateway", help = "Show the IPv4 gateway.",
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIpv4Gateway(ArrayList<String> list);
-
 
     /**
      * Reads the IPv6 gateway.
@@ -71,7 +67,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIpv6Gateway(ArrayList<String> list);
 
-
     /**
      * Reads the first DNS server by IPv4.
      *
@@ -82,7 +77,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "ipv4-dns1", help = "Show the first DNS server by IPv4.",
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIpv4DNS1(ArrayList<String> list);
-
 
     /**
      * Reads the second DNS server by IPv4.
@@ -95,7 +89,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIpv4DNS2(ArrayList<String> list);
 
-
     /**
      * Reads the first DNS server by IPv6.
      *
@@ -106,7 +99,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "ipv6-dns1", help = "Show the first DNS server by IPv6.",
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIpv6DNS1(ArrayList<String> list);
-
 
     /**
      * Reads the second DNS server by IPv6.
@@ -119,7 +111,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getIpv6DNS2(ArrayList<String> list);
 
-
     /**
      * Reads the continent of the time zone.
      *
@@ -130,7 +121,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "continent", help = "Show the continent of the time zone.",
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getCurrContinent(ArrayList<String> list);
-
 
     /**
      * Reads the country of the time zone.
@@ -143,7 +133,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getCurrCountry(ArrayList<String> list);
 
-
     /**
      * Reads the city of the time zone.
      *
@@ -154,7 +143,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "city", help = "Show the city of the time zone.",
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getCurrCity(ArrayList<String> list);
-
 
     /**
      * Reads the version of this appliance.
@@ -167,7 +155,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getChildVersion(ArrayList<String> list);
 
-
     /**
      * Reads the address of the database server in use.
      *
@@ -178,7 +165,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "db-server", help = "Show the address of the database server in use.",
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getDBSvrIP(ArrayList<String> list);
-
 
     /**
      * Reads the time, as hours:minutes:seconds.
@@ -191,7 +177,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getSysTime(ArrayList<String> list);
 
-
     /**
      * Reads the date, as month/day/year.
      *
@@ -203,7 +188,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500, 501, 503})
     public native int getSysDate(ArrayList<String> list);
 
-
     /**
      * Reads the interface of the internal communication port. A list that refuses gives 0 all the same.
      *
@@ -214,17 +198,16 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 102, 500})
     public native int getICPort(ArrayList<String> list);
 
-
     /**
      * Reads the names of the network interfaces, one element each. A list that refuses gives 0 all the same.
      *
      * @param list receives the names; not null
      * @return 0 done, 100 no command line, 101 not started, 102 nothing printed, 500 null list
      */
-    @ConsoleCommand(group = "wizard", name = "devices", help = "Show the names of the network interfaces, one element each.",
+    @ConsoleCommand(group = "wizard", name = "devices",
+            help = "Show the names of the network interfaces, one element each.",
             codes = {0, 100, 101, 102, 500})
     public native int getIFDevList(ArrayList<String> list);
-
 
     /**
      * Sets the host name; in force after {@link #applyNetworkSettings}.
@@ -236,9 +219,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-hostname", help = "Set the host name.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setHostname(@Arg(name = "HOSTNAME", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.HOST_NAME, bytes = 184)
+    public native int setHostname(@Arg(name = "HOSTNAME", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.HOST_NAME, bytes = 184)
             String value);
-
 
     /**
      * Sets the IPv4 address of the data port; in force after {@link #applyNetworkSettings}.
@@ -250,9 +233,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-ip", help = "Set the IPv4 address of the data port.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIPAddr(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV4, bytes = 188)
+    public native int setIPAddr(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV4, bytes = 188)
             String value);
-
 
     /**
      * Sets the IPv4 mask of the data port; in force after {@link #applyNetworkSettings}.
@@ -264,9 +247,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-mask", help = "Set the IPv4 mask of the data port.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIPMask(@Arg(name = "MASK", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV4_MASK, bytes = 183)
+    public native int setIPMask(@Arg(name = "MASK", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV4_MASK, bytes = 183)
             String value);
-
 
     /**
      * Sets the IPv4 gateway; in force after {@link #applyNetworkSettings}.
@@ -278,9 +261,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-ipv4-gateway", help = "Set the IPv4 gateway.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIpv4Gateway(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV4, bytes = 177)
+    public native int setIpv4Gateway(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV4, orEmpty = true, bytes = 177)
             String value);
-
 
     /**
      * Sets the IPv6 gateway; in force after {@link #applyNetworkSettings}.
@@ -292,9 +275,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-ipv6-gateway", help = "Set the IPv6 gateway.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIpv6Gateway(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV6, bytes = 177)
+    public native int setIpv6Gateway(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV6, orEmpty = true, bytes = 177)
             String value);
-
 
     /**
      * Sets the first DNS server by IPv4; in force after {@link #applyNetworkSettings}.
@@ -306,9 +289,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-ipv4-dns1", help = "Set the first DNS server by IPv4.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIpv4DNS1(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV4, bytes = 183)
+    public native int setIpv4DNS1(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV4, orEmpty = true, bytes = 183)
             String value);
-
 
     /**
      * Sets the second DNS server by IPv4; in force after {@link #applyNetworkSettings}.
@@ -320,9 +303,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-ipv4-dns2", help = "Set the second DNS server by IPv4.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIpv4DNS2(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV4, bytes = 183)
+    public native int setIpv4DNS2(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV4, orEmpty = true, bytes = 183)
             String value);
-
 
     /**
      * Sets the first DNS server by IPv6; in force after {@link #applyNetworkSettings}.
@@ -334,9 +317,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-ipv6-dns1", help = "Set the first DNS server by IPv6.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIpv6DNS1(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV6, bytes = 183)
+    public native int setIpv6DNS1(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV6, orEmpty = true, bytes = 183)
             String value);
-
 
     /**
      * Sets the second DNS server by IPv6; in force after {@link #applyNetworkSettings}.
@@ -348,9 +331,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-ipv6-dns2", help = "Set the second DNS server by IPv6.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIpv6DNS2(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.IPV6, bytes = 183)
+    public native int setIpv6DNS2(@Arg(name = "ADDRESS", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV6, orEmpty = true, bytes = 183)
             String value);
-
 
     /**
      * Sets the interface of the internal communication port; in force after {@link #applyNetworkSettings}.
@@ -360,11 +343,12 @@ public final class WzrdJNI {
      * @return the tool's wait status (exit code times 256), -1 when no shell could be started, 100 no command
      *     line, 500 null value
      */
-    @ConsoleCommand(group = "wizard", name = "set-ic-port", help = "Set the interface of the internal communication port.",
+    @ConsoleCommand(group = "wizard", name = "set-ic-port",
+            help = "Set the interface of the internal communication port.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setICPort(@Arg(name = "DEVICE", help = "New value", from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE, bytes = 194)
+    public native int setICPort(@Arg(name = "DEVICE", help = "New value", from = Arg.Source.POSITION,
+            shape = Arg.Shape.DEVICE, bytes = 194)
             String value);
-
 
     /**
      * Reads the IPv4 address in the configuration file of an interface. A key or a file that is missing gives the
@@ -375,11 +359,12 @@ public final class WzrdJNI {
      * @param list receives the one value; not null
      * @return 0 done, 100 no command line, 101 not started, 500 null device
      */
-    @ConsoleCommand(group = "wizard", name = "interface-ipv4", help = "Show the IPv4 address in the configuration file of an interface.",
+    @ConsoleCommand(group = "wizard", name = "interface-ipv4",
+            help = "Show the IPv4 address in the configuration file of an interface.",
             codes = {0, 100, 101, 500})
-    public native int getIFV4Addr(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE)
+    public native int getIFV4Addr(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION,
+            shape = Arg.Shape.DEVICE)
             String device, ArrayList<String> list);
-
 
     /**
      * Reads the IPv4 mask in the configuration file of an interface. A key or a file that is missing gives the empty
@@ -390,11 +375,12 @@ public final class WzrdJNI {
      * @param list receives the one value; not null
      * @return 0 done, 100 no command line, 101 not started, 500 null device
      */
-    @ConsoleCommand(group = "wizard", name = "interface-mask", help = "Show the IPv4 mask in the configuration file of an interface.",
+    @ConsoleCommand(group = "wizard", name = "interface-mask",
+            help = "Show the IPv4 mask in the configuration file of an interface.",
             codes = {0, 100, 101, 500})
-    public native int getIFV4NetMask(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE)
+    public native int getIFV4NetMask(@Arg(name = "DEVICE", help = "Interface, such as eth0",
+            from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE)
             String device, ArrayList<String> list);
-
 
     /**
      * Reads the IPv6 address in the configuration file of an interface. A key or a file that is missing gives the
@@ -405,11 +391,12 @@ public final class WzrdJNI {
      * @param list receives the one value; not null
      * @return 0 done, 100 no command line, 101 not started, 500 null device
      */
-    @ConsoleCommand(group = "wizard", name = "interface-ipv6", help = "Show the IPv6 address in the configuration file of an interface.",
+    @ConsoleCommand(group = "wizard", name = "interface-ipv6",
+            help = "Show the IPv6 address in the configuration file of an interface.",
             codes = {0, 100, 101, 500})
-    public native int getIFV6AddrMask(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE)
+    public native int getIFV6AddrMask(@Arg(name = "DEVICE", help = "Interface, such as eth0",
+            from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE)
             String device, ArrayList<String> list);
-
 
     /**
      * Writes the IPv4 address of an interface into its configuration file. The shell sees the three texts inside
@@ -423,11 +410,12 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-interface-ipv4", help = "Set the IPv4 address of an interface.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIFV4Addr(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE)
+    public native int setIFV4Addr(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION,
+            shape = Arg.Shape.DEVICE)
             String device, @Arg(name = "ADDRESS", help = "Address", from = Arg.Source.POSITION, shape = Arg.Shape.IPV4)
-            String address, @Arg(name = "MASK", help = "Net mask", from = Arg.Source.POSITION, shape = Arg.Shape.IPV4_MASK)
+            String address, @Arg(name = "MASK", help = "Net mask", from = Arg.Source.POSITION,
+            shape = Arg.Shape.IPV4_MASK)
             String mask);
-
 
     /**
      * Writes the IPv6 address of an interface into its configuration file. The shell sees the three texts inside
@@ -441,11 +429,12 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-interface-ipv6", help = "Set the IPv6 address of an interface.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setIFV6Addr(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION, shape = Arg.Shape.DEVICE)
+    public native int setIFV6Addr(@Arg(name = "DEVICE", help = "Interface, such as eth0", from = Arg.Source.POSITION,
+            shape = Arg.Shape.DEVICE)
             String device, @Arg(name = "ADDRESS", help = "Address", from = Arg.Source.POSITION, shape = Arg.Shape.IPV6)
-            String address, @Arg(name = "PREFIX", help = "Prefix length, 1 to 128", from = Arg.Source.POSITION, shape = Arg.Shape.PREFIX_LENGTH)
+            String address, @Arg(name = "PREFIX", help = "Prefix length, 1 to 128", from = Arg.Source.POSITION,
+            shape = Arg.Shape.PREFIX_LENGTH)
             String mask);
-
 
     /**
      * Tells whether IPv6 is switched on in the system's network file.
@@ -455,7 +444,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "ipv6", help = "Is IPv6 switched on?",
             codes = {})
     public native boolean isIPv6Enable();
-
 
     /**
      * Switches IPv6 on for the system and then for Postfix, which is told even when the system's script failed.
@@ -467,7 +455,6 @@ public final class WzrdJNI {
             codes = {0, 100}, form = ConsoleCommand.Form.WAIT_STATUS)
     public native int enableIPv6();
 
-
     /**
      * Switches IPv6 off for the system and then for Postfix, which is told even when the system's script failed.
      *
@@ -478,7 +465,6 @@ public final class WzrdJNI {
             codes = {0, 100}, form = ConsoleCommand.Form.WAIT_STATUS)
     public native int disableIPv6();
 
-
     /**
      * Puts the network settings in force.
      *
@@ -488,7 +474,6 @@ public final class WzrdJNI {
             codes = 0, form = ConsoleCommand.Form.EXIT_CODE)
     public native int applyNetworkSettings();
 
-
     /**
      * Kept for old consoles, which check the value themselves.
      *
@@ -496,7 +481,6 @@ public final class WzrdJNI {
      * @return 0
      */
     public native int checkIPAddr(String value);
-
 
     /**
      * Kept for old consoles, which check the value themselves.
@@ -506,7 +490,6 @@ public final class WzrdJNI {
      */
     public native int checkGateway(String value);
 
-
     /**
      * Kept for old consoles, which check the value themselves.
      *
@@ -514,7 +497,6 @@ public final class WzrdJNI {
      * @return 0
      */
     public native int checkDNS(String value);
-
 
     /**
      * Lists the continents that have time zones.
@@ -527,7 +509,6 @@ public final class WzrdJNI {
             codes = {0, 100, 101, 500, 501, 503})
     public native int getContinentList(ArrayList<String> list);
 
-
     /**
      * Lists the countries of a continent.
      *
@@ -536,11 +517,11 @@ public final class WzrdJNI {
      * @return 0 done, 100 no command line, 101 not started, 500 null argument, 501 no Java string, 503 list
      *     refused
      */
-    @ConsoleCommand(group = "wizard", name = "countries", help = "List the countries of a continent.",
+    @ConsoleCommand(group = "wizard", name = "countries", room = 230, help = "List the countries of a continent.",
             codes = {0, 100, 101, 500, 501, 503})
-    public native int getCountryList(@Arg(name = "CONTINENT", help = "Continent, as listed", from = Arg.Source.POSITION, shape = Arg.Shape.ZONE)
+    public native int getCountryList(@Arg(name = "CONTINENT", help = "Continent, as listed",
+            from = Arg.Source.POSITION, shape = Arg.Shape.ZONE)
             String continent, ArrayList<String> list);
-
 
     /**
      * Lists the cities of a country that have a time zone of their own.
@@ -551,12 +532,13 @@ public final class WzrdJNI {
      * @return 0 done, 100 no command line, 101 not started, 500 null argument, 501 no Java string, 503 list
      *     refused
      */
-    @ConsoleCommand(group = "wizard", name = "cities", help = "List the cities of a country.",
+    @ConsoleCommand(group = "wizard", name = "cities", room = 227, help = "List the cities of a country.",
             codes = {0, 100, 101, 500, 501, 503})
-    public native int getCityList(@Arg(name = "CONTINENT", help = "Continent, as listed", from = Arg.Source.POSITION, shape = Arg.Shape.ZONE)
-            String continent, @Arg(name = "COUNTRY", help = "Country, as listed", from = Arg.Source.POSITION, shape = Arg.Shape.ZONE)
+    public native int getCityList(@Arg(name = "CONTINENT", help = "Continent, as listed", from = Arg.Source.POSITION,
+            shape = Arg.Shape.ZONE)
+            String continent, @Arg(name = "COUNTRY", help = "Country, as listed", from = Arg.Source.POSITION,
+            shape = Arg.Shape.ZONE)
             String country, ArrayList<String> list);
-
 
     /**
      * Sets the time zone. The shell sees the three texts without quotes, so that a name with a blank arrives as
@@ -568,13 +550,15 @@ public final class WzrdJNI {
      * @return the script's wait status (exit code times 256), -1 when no shell could be started, 100 no command
      *     line, 500 null argument
      */
-    @ConsoleCommand(group = "wizard", name = "set-zone", help = "Set the time zone.",
+    @ConsoleCommand(group = "wizard", name = "set-zone", room = 236, help = "Set the time zone.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setTimeZone(@Arg(name = "CONTINENT", help = "Continent, as listed", from = Arg.Source.POSITION, shape = Arg.Shape.ZONE_WORD)
-            String continent, @Arg(name = "COUNTRY", help = "Country, as listed", from = Arg.Source.POSITION, shape = Arg.Shape.ZONE_WORD)
-            String country, @Arg(name = "CITY", help = "City, as listed", from = Arg.Source.POSITION, shape = Arg.Shape.ZONE_WORD)
+    public native int setTimeZone(@Arg(name = "CONTINENT", help = "Continent, as listed", from = Arg.Source.POSITION,
+            shape = Arg.Shape.ZONE_WORD)
+            String continent, @Arg(name = "COUNTRY", help = "Country, as listed", from = Arg.Source.POSITION,
+            shape = Arg.Shape.ZONE_WORD)
+            String country, @Arg(name = "CITY", help = "City, as listed", from = Arg.Source.POSITION,
+            shape = Arg.Shape.ZONE_WORD)
             String city);
-
 
     /**
      * Sets the system's clock, in the system's own zone, and then the hardware's. Only the log tells when the first
@@ -587,9 +571,9 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "set-clock", help = "Set the clock.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int setDateTime(@Arg(name = "TIME", help = "YYYY-MM-DD hh:mm:ss", from = Arg.Source.POSITION, shape = Arg.Shape.DATE_TIME, bytes = 231)
+    public native int setDateTime(@Arg(name = "TIME", help = "YYYY-MM-DD hh:mm:ss", from = Arg.Source.POSITION,
+            shape = Arg.Shape.DATE_TIME, bytes = 231)
             String dateTime);
-
 
     /**
      * Tells whether the database of a parent appliance can be reached.
@@ -599,11 +583,12 @@ public final class WzrdJNI {
      * @return the script's wait status (exit code times 256), -1 when no shell could be started, 100 no command
      *     line, 500 null argument
      */
-    @ConsoleCommand(group = "wizard", name = "check-parent", help = "Can the database of a parent appliance be reached?",
-            codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int chkMasterDB(@Arg(name = "PARENT", help = "Address or name of the parent appliance", from = Arg.Source.POSITION, shape = Arg.Shape.HOST)
+    @ConsoleCommand(group = "wizard", name = "check-parent", room = 200,
+            help = "Can the database of a parent appliance be reached?", codes = {0, 100, 500},
+            form = ConsoleCommand.Form.WAIT_STATUS)
+    public native int chkMasterDB(@Arg(name = "PARENT", help = "Address or name of the parent appliance",
+            from = Arg.Source.POSITION, shape = Arg.Shape.HOST)
             String parent);
-
 
     /**
      * Reads the version of a parent appliance.
@@ -614,11 +599,11 @@ public final class WzrdJNI {
      * @return 0 done, 100 no command line, 101 not started, 102 nothing printed, 500 null argument, 501 no Java
      *     string, 503 list refused
      */
-    @ConsoleCommand(group = "wizard", name = "parent-version", help = "Show the version of a parent appliance.",
-            codes = {0, 100, 101, 102, 500, 501, 503})
-    public native int getParentVersion(@Arg(name = "PARENT", help = "Address or name of the parent appliance", from = Arg.Source.POSITION, shape = Arg.Shape.HOST)
+    @ConsoleCommand(group = "wizard", name = "parent-version", room = 193,
+            help = "Show the version of a parent appliance.", codes = {0, 100, 101, 102, 500, 501, 503})
+    public native int getParentVersion(@Arg(name = "PARENT", help = "Address or name of the parent appliance",
+            from = Arg.Source.POSITION, shape = Arg.Shape.HOST)
             String parent, ArrayList<String> list);
-
 
     /**
      * Registers this appliance with a parent, whose database it then shares.
@@ -627,11 +612,11 @@ public final class WzrdJNI {
      *     caller checks it
      * @return the registration's exit code, 0 to 255 (also 100 no command line), 500 null argument
      */
-    @ConsoleCommand(group = "wizard", name = "register", help = "Register with a parent appliance.",
-            codes = {0, 500}, form = ConsoleCommand.Form.EXIT_CODE)
-    public native int regToMaster(@Arg(name = "PARENT", help = "Address or name of the parent appliance", from = Arg.Source.POSITION, shape = Arg.Shape.HOST)
+    @ConsoleCommand(group = "wizard", name = "register", room = 177, homeTakesRoom = true,
+            help = "Register with a parent appliance.", codes = {0, 500}, form = ConsoleCommand.Form.EXIT_CODE)
+    public native int regToMaster(@Arg(name = "PARENT", help = "Address or name of the parent appliance",
+            from = Arg.Source.POSITION, shape = Arg.Shape.HOST)
             String parent);
-
 
     /**
      * Stops the console of this appliance and, unless the end-user quarantine needs it, its database; to be called
@@ -639,10 +624,10 @@ public final class WzrdJNI {
      *
      * @return 0
      */
-    @ConsoleCommand(group = "wizard", name = "after-register", help = "Stop what a registered appliance no longer needs.",
+    @ConsoleCommand(group = "wizard", name = "after-register",
+            help = "Stop what a registered appliance no longer needs.",
             codes = 0)
     public native int afterRegister();
-
 
     /**
      * Restarts services and waits for it.
@@ -652,6 +637,7 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "restart", help = "Restart services.",
             codes = 0, form = ConsoleCommand.Form.WAIT_STATUS)
-    public native int restartServices(@Arg(name = "MODE", help = "1 the manager, 2 all, 3 all but the console", from = Arg.Source.POSITION)
+    public native int restartServices(@Arg(name = "MODE", help = "1 the manager, 2 all, 3 all but the console",
+            from = Arg.Source.POSITION)
             int mode);
 }
