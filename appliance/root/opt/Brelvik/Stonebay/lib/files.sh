@@ -26,7 +26,8 @@ lock() {
 replace() (
   new=$1.new
   umask 077
-  rm -f -- "$new" && cat >"$new" || exit 1
+  trap 'rm -f -- "$new"' EXIT
+  { rm -f -- "$new" && cat >"$new"; } || exit 1
   if [ -e "$1" ]; then
     chmod --reference="$1" -- "$new" || exit 1
     # An owner that this namespace does not know cannot be given.

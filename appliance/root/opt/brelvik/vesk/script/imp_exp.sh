@@ -76,10 +76,11 @@ pack() {
 # The temporary folder lies where the next call clears it away, should this one be killed.
 export_to() {
   [[ ! -d $1 && -d $(dirname -- "$1") ]] || die 5 "$1 cannot be written"
+  partial=$1.new
+  trap 'rm -rf -- "$partial" "$data/export.new"' EXIT
   rm -f -- "$1.new" && mkdir "$data/export.new" || die 5 "$1 cannot be written"
   pack "$data/export.new" "$1.new"
   mv -fT -- "$1.new" "$1" && sync -- "$(dirname -- "$1")" || die 5 "$1 cannot be written"
-  rm -rf "$data/export.new"
 }
 
 refuse() {
