@@ -17,7 +17,7 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 
 @Command(name = "demo", hidden = true, sortOptions = false,
-        header = "Call the native methods on a sample company's server, the failing cases too.",
+        header = "Call the native methods on a sample company's server or a sample appliance, failing cases too.",
         description = {"", "Exit status 0 when every call answered the code that is expected of it, else 4."})
 final class Demo implements Callable<Integer> {
     private static final int SHOWN = 8;
@@ -28,13 +28,13 @@ final class Demo implements Callable<Integer> {
     @Option(names = "--host", defaultValue = "127.0.0.1", description = "Server")
     private String host;
 
-    @Option(names = "--port", required = true, description = "Its port")
+    @Option(names = "--port", description = "Its port; without one, no directory is visited")
     private String port;
 
     @Option(names = "--base-dn", defaultValue = "dc=example,dc=com", description = "The company's entry, dc=... only")
     private String base;
 
-    @Option(names = "--bind-user", required = true, description = "Account to bind with")
+    @Option(names = "--bind-user", defaultValue = "", description = "Account to bind with")
     private String user;
 
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is its password")
@@ -47,7 +47,7 @@ final class Demo implements Callable<Integer> {
     private boolean kerberos;
 
     @Option(names = "--set-up", paramLabel = "FOLDER", description = "In the sandbox: set an appliance up, with files "
-            + "in this folder, and register it with parent.example.com")
+            + "in this folder, whose folder parent has the socket of a parent's database")
     private String setUp;
 
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
@@ -58,20 +58,18 @@ final class Demo implements Callable<Integer> {
 
     @Override
     public Integer call() {
-        Map<String, String> connection = new HashMap<>(Map.of("vendor", vendor, "auth", "simple", "host", host, "port",
-                port, "base-dn", base, "bind-user", user, "groups-only", "false"));
-        connection.put("bind-password", Passwords.read(passwordFile, "Password of the bind account"));
         Map<String, PeerMethod> methods =
                 PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
-        Tour tour = new Tour(base);
-        List<List<Tour.Stop>> chapters = new ArrayList<>(tour.stops());
-        chapters.add(Tour.appliance(keytab,
-                !InstallRoot.open().setting("General-Notification", "Administrator").isEmpty()));
-        if (kerberos) {
-            chapters.add(tour.kerberos());
-        }
+        List<List<Tour.Stop>> chapters = new ArrayList<>();
         if (setUp != null) {
-            chapters.addAll(0, setUp());
+            chapters.addAll(setUp());
+        }
+        Map<String, String> connection = new HashMap<>();
+        if (port != null) {
+            connection.putAll(Map.of("vendor", vendor, "auth", "simple", "host", host, "port", port, "base-dn", base,
+                    "bind-user", user, "groups-only", "false"));
+            connection.put("bind-password", Passwords.read(passwordFile, "Password of the bind account"));
+            chapters.addAll(directory());
         }
         for (List<Tour.Stop> chapter : chapters) {
             for (Tour.Stop stop : chapter) {
@@ -89,11 +87,22 @@ final class Demo implements Callable<Integer> {
         return (surprises == 0 ? Status.DONE : Status.FAILED).number();
     }
 
+    private List<List<Tour.Stop>> directory() {
+        Tour tour = new Tour(base);
+        List<List<Tour.Stop>> chapters = new ArrayList<>(tour.stops());
+        chapters.add(Tour.appliance(keytab,
+                !InstallRoot.open().setting("General-Notification", "Administrator").isEmpty()));
+        if (kerberos) {
+            chapters.add(tour.kerberos());
+        }
+        return chapters;
+    }
+
     private List<List<Tour.Stop>> setUp() {
         if (!Files.isDirectory(Path.of("/run/sandbox/appliance"))) {
             throw new Refusal(Status.REFUSED, "the set-up would change this machine", "run ./vesk demo");
         }
-        return new SetUpTour(setUp, "parent.example.com").stops();
+        return new SetUpTour(setUp).stops();
     }
 
     private void visit(Tour.Stop stop, PeerMethod method, Map<String, String> arguments) {

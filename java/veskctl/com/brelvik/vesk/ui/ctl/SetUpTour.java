@@ -7,18 +7,19 @@ import java.util.List;
 
 /** The calls of a tour through the set-up of an appliance, which they change: for the sandbox alone. */
 final class SetUpTour {
-    private final String parent;
+    private static final String PARENT = "parent.example.com";
+
+    private final String socket;
+    private final String password;
     private final String rules;
     private final String table;
     private final String saved;
     private final String pem;
 
-    /**
-     * @param folder for files
-     * @param parent an appliance to register with
-     */
-    SetUpTour(String folder, String parent) {
-        this.parent = parent;
+    /** @param folder for files; its folder "parent" has the socket of a parent's database */
+    SetUpTour(String folder) {
+        socket = folder + "/parent";
+        password = folder + "/database.pass";
         rules = folder + "/rules";
         table = folder + "/clients";
         saved = folder + "/saved.tgz";
@@ -93,12 +94,16 @@ final class SetUpTour {
     }
 
     private List<Stop> registration() {
+        String glcfg = "/opt/Brelvik/Stonebay/bin/glcfg /etc/conf/stb.conf set ";
         return List.of(
+                at("The parent's password", "$ umask 077; echo '*:*:*:sa:secret' >" + password, 0),
+                at("Where it is", "$ " + glcfg + "database password_file " + password, 0),
+                at("The parent is on this machine", "$ " + glcfg + "parent_socket " + PARENT + " " + socket, 0),
                 at("Nobody's database: exit code 8", "WzrdJNI.chkMasterDB", 8 << 8, "PARENT", "127.0.0.1"),
-                at("The parent's database answers", "WzrdJNI.chkMasterDB", 0, "PARENT", parent),
-                at("The parent's version", "WzrdJNI.getParentVersion", 0, "PARENT", parent),
-                at("Registration", "WzrdJNI.regToMaster", 0, "PARENT", parent),
-                at("The database in use is the parent's", "WzrdJNI.getDBSvrIP", 0).shows(parent));
+                at("The parent's database answers", "WzrdJNI.chkMasterDB", 0, "PARENT", PARENT),
+                at("The parent's version", "WzrdJNI.getParentVersion", 0, "PARENT", PARENT),
+                at("Registration", "WzrdJNI.regToMaster", 0, "PARENT", PARENT),
+                at("The database in use is the parent's", "WzrdJNI.getDBSvrIP", 0).shows(PARENT));
     }
 
     private static List<Stop> restarts() {
@@ -150,7 +155,7 @@ final class SetUpTour {
                         "full"),
                 at("The whole file", "BackupJNI.doImport", 0, "FILE", saved, "MODE", "full"),
                 at("The host name is back", "WzrdJNI.getHostname", 0).shows("gate.example.com"),
-                at("Registered as before", "WzrdJNI.getDBSvrIP", 0).shows(parent));
+                at("Registered as before", "WzrdJNI.getDBSvrIP", 0).shows(PARENT));
     }
 
     private static List<Stop> host() {
