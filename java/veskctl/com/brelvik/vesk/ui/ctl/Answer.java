@@ -103,7 +103,7 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             map.put("value", value != null && value.getClass().isArray() ? elements() : value);
         }
         if (code() != null) {
-            if (method.form() != ConsoleCommand.Form.CODE) {
+            if (method.answersStatus()) {
                 map.put("exit", Meaning.exit(method, code()));
             }
             Meaning known = Meaning.of(method, code());

@@ -22,6 +22,9 @@ final class CallCommand implements Callable<Integer> {
     @Option(names = "--unchecked", description = "Pass texts on whatever they hold; a shell may run what is in them")
     private boolean unchecked;
 
+    @Option(names = "--preloaded", hidden = true, description = "Only when commands are not run but shown")
+    private boolean preloaded;
+
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is the password")
     private String passwordFile;
 
@@ -43,6 +46,9 @@ final class CallCommand implements Callable<Integer> {
         PeerMethod method = PeerMethod.all().stream().filter(known -> known.name().equals(name)).findFirst()
                 .orElseThrow(() -> new Refusal(Status.USAGE, "there is no native method " + name,
                         "run 'veskctl call' for a list"));
+        if (preloaded) {
+            DryRun.check();
+        }
         return Answer.of(method, values(method)).print("call " + name, json).number();
     }
 

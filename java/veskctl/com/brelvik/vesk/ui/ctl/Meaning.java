@@ -31,7 +31,7 @@ record Meaning(int code, String name, ResultCode.Kind kind, String text, String 
 
     // Where an integer is a status, only the codes that the method has by itself come first.
     private static boolean isStatus(PeerMethod method, int code) {
-        return method != null && (method.form() == Form.EXIT_CODE || method.form() == Form.WAIT_STATUS)
+        return method != null && method.answersStatus()
                 && IntStream.of(method.command().codes()).noneMatch(known -> known == code);
     }
 

@@ -25,18 +25,18 @@ class SetUpTest {
 
     @ParameterizedTest
     @CsvSource(delimiter = '|', quoteCharacter = '%', textBlock = """
-            WzrdJNI.setHostname    | 0 | a 1-a.b--c.x1 3com.x        | 1.2.3.4 a.1 -a a- a..b a. .a a_b
-            WzrdJNI.chkMasterDB    | 0 | 1.2.3.4 ::1 a fe80::1       | 1.2.3 256.1.1.1 1.2.3.4.5 ::1/64 fe80::1%eth0 [::1]
-            WzrdJNI.setIPAddr      | 0 | 0.0.0.0 255.255.255.255     | 1.2.3 1.2.3.4.5 1.2.3.256 01.2.3.4 1..2.3 +1.2.3.4
-            WzrdJNI.setIPMask      | 0 | 255.255.255.255 128.0.0.0   | 0.0.0.0 255.0.255.0 0.0.0.255 255.255.255.253 24
+            WzrdJNI.setHostname | 0 | a 1-a.b--c.x1 3com.x | 1.2.3.4 a.1 -a a- a..b a. .a a_b
+            WzrdJNI.chkMasterDB | 0 | 1.2.3.4 ::1 a fe80::1 | 1.2.3 256.1.1.1 1.2.3.4.5 ::1/64 fe80::1%eth0 [::1]
+            WzrdJNI.setIPAddr | 0 | 0.0.0.0 255.255.255.255 | 1.2.3 1.2.3.4.5 1.2.3.256 01.2.3.4 1..2.3 +1.2.3.4
+            WzrdJNI.setIPMask | 0 | 255.255.255.255 128.0.0.0 | 0.0.0.0 255.0.255.0 0.0.0.255 255.255.255.253 24
             WzrdJNI.setIpv6Gateway | 0 | :: 1:2:3:4:5:6:7:8 ::1.2.3.4 | : 1::2::3 1:2:3:4:5:6:7 g:: 12345:: 1.2.3.4 .::1 ab
-            WzrdJNI.setIFV6Addr    | 2 | 1 64 99 100 128             | 0 129 064 -1 +64 1280
-            WzrdJNI.setICPort      | 0 | eth0 eth0.1:2_- abcdefghijklmno | abcdefghijklmnop ../x -a .
-            WzrdJNI.setTimeZone    | 2 | New_York Etc/GMT+1 Rep.     | é
-            WzrdJNI.setDateTime    | 0 | 2028-02-29#23:59:59         | 2027-02-29#01:00:00 2027-01-01#24:00:00 2027-01-01
-            PostfixJNI.postmap     | 0 | /etc/a-b_c.d x              | -x é
-            PostfixJNI.getPostconf | 0 | smtp2_x                     | a-b a.b ^a
-            PolicyJNI.notifyUpdatePolicyNow | 1 | a-b:c._9           | -x a/b
+            WzrdJNI.setIFV6Addr | 2 | 1 64 99 100 128 | 0 129 064 -1 +64 1280
+            WzrdJNI.setICPort | 0 | eth0 eth0.1:2_- abcdefghijklmno | abcdefghijklmnop ../x -a .
+            WzrdJNI.setTimeZone | 2 | New_York Etc/GMT+1 Rep. | é
+            WzrdJNI.setDateTime | 0 | 2028-02-29#23:59:59 | 2027-02-29#01:00:00 2027-01-01#24:00:00 2027-01-01
+            PostfixJNI.postmap | 0 | /etc/a-b_c.d x | -x é
+            PostfixJNI.getPostconf | 0 | smtp2_x | a-b a.b ^a
+            PolicyJNI.notifyUpdatePolicyNow | 1 | a-b:c._9 | -x a/b
             """)
     void aTextForAShellIsWellFormed(String method, int index, String good, String bad) {
         Parameter parameter = method(method).parameters().get(index);
@@ -123,6 +123,30 @@ class SetUpTest {
         }
         ctl.run("call", "--unchecked", "BackupJNI.doExport", "a' 'b");
         assertEquals("-e|a|b|", Files.readString(root.resolve("said")));
+        Folders.delete(root);
+    }
+
+    @Test
+    void aDryRunShowsTheCommandsOfTheLibraryAndRunsNone() throws Exception {
+        Path root = Folders.installRoot();
+        Files.writeString(root.resolve("script/imp_exp.sh"), "#!/bin/sh\n: >\"$VESK_HOME/ran\"\n");
+        Ctl ctl = new Ctl().with("VESK_HOME", root.toString());
+        String longest = "é$x\"`" + "y".repeat(993);
+        assertEquals("postconf -e 'relayhost=" + longest + "'\n",
+                ctl.run("postfix", "set", "relayhost", longest, "--dry-run").out());
+        assertEquals(3, ctl.run("postfix", "set", "relayhost", longest + "y", "--dry-run").status());
+        assertEquals(List.of("S99ADMINUI stop &", "is_euq_enable.sh", "dbctl.sh stop &"),
+                ctl.run("wizard", "after-register", "--dry-run").lines().stream()
+                        .map(line -> line.replaceFirst("/opt/brelvik/vesk/script/", "")).toList());
+        assertEquals("{\"call\":\"BackupJNI.doImport\",\"commands\":[\"" + root
+                + "/script/imp_exp.sh -i '@null' 'full'\"]}\n",
+                ctl.run("host", "import", "@null", "full", "--dry-run", "--json").out());
+        Path libraries = Folders.copy(Ctl.BUILD.resolve("lib"), Files.createTempDirectory("vesk-lib"));
+        Files.writeString(libraries.resolve("libveskdryrun.so"), "no library");
+        Ctl.Run run = ctl.library(libraries.resolve("libveskjni.so")).run("host", "export", "/x", "--dry-run");
+        assertTrue(run.status() == 5 && run.err().contains("libveskdryrun.so was not loaded"), run.err());
+        assertFalse(Files.exists(root.resolve("ran")));
+        Folders.delete(libraries);
         Folders.delete(root);
     }
 

@@ -33,6 +33,12 @@ public @interface ConsoleCommand {
     /** What the integer means beyond {@link #codes} and {@link #own}. */
     Form form() default Form.CODE;
 
+    /**
+     * Whether all that it changes is changed by commands, which can be shown and not run. It is so wherever the
+     * integer is the status of one.
+     */
+    boolean runsOnlyCommands() default false;
+
     /** The codes that are this method's own. */
     OwnCode[] own() default {};
 

@@ -20,7 +20,7 @@ public final class PolicyJNI {
      * @param third third argument; not null
      * @return 0 started, -1 not, 500 null argument
      */
-    @ConsoleCommand(group = "policy", name = "notify", room = 212, homeTakesRoom = true,
+    @ConsoleCommand(group = "policy", name = "notify", runsOnlyCommands = true, room = 212, homeTakesRoom = true,
             help = "Ask for an immediate update of the policy.", codes = {0, 500},
             own = @OwnCode(code = -1, name = "NOT_SENT", kind = ResultCode.Kind.FAILED,
             meaning = "the request was not sent", cures = "read the log for the command and its status"))

@@ -17,7 +17,8 @@ public final class PostfixJNI {
      *
      * @return 0; 100 no command line
      */
-    @ConsoleCommand(group = "postfix", name = "reload", help = "Make Postfix read its settings again.",
+    @ConsoleCommand(group = "postfix", name = "reload", runsOnlyCommands = true,
+            help = "Make Postfix read its settings again.",
             codes = {0, 100})
     public native int postfixReload();
 
@@ -36,7 +37,8 @@ public final class PostfixJNI {
      * @param file source of the table; not null. The shell sees it without quotes: the caller checks it
      * @return 0; 100 no command line, 500 null argument
      */
-    @ConsoleCommand(group = "postfix", name = "postmap", room = 1015, help = "Compile a look-up table.",
+    @ConsoleCommand(group = "postfix", name = "postmap", runsOnlyCommands = true, room = 1015,
+            help = "Compile a look-up table.",
             codes = {0, 100, 500})
     public native int postmap(@Arg(name = "FILE", help = "Source of the table", from = Arg.Source.POSITION,
             shape = Arg.Shape.FILE_WORD)
@@ -79,7 +81,8 @@ public final class PostfixJNI {
      * @param value its value; not null
      * @return 0; 100 no command line, 500 null argument
      */
-    @ConsoleCommand(group = "postfix", name = "set", room = 1008, help = "Set a parameter.", codes = {0, 100, 500})
+    @ConsoleCommand(group = "postfix", name = "set", runsOnlyCommands = true, room = 1008, help = "Set a parameter.",
+            codes = {0, 100, 500})
     public native int setPostconf(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION,
             shape = Arg.Shape.POSTFIX_KEY)
             String key, @Arg(name = "VALUE", help = "Its value", from = Arg.Source.POSITION,

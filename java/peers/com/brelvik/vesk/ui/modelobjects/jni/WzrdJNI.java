@@ -624,7 +624,7 @@ public final class WzrdJNI {
      *
      * @return 0
      */
-    @ConsoleCommand(group = "wizard", name = "after-register",
+    @ConsoleCommand(group = "wizard", name = "after-register", runsOnlyCommands = true,
             help = "Stop what a registered appliance no longer needs.",
             codes = 0)
     public native int afterRegister();
