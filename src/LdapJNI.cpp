@@ -1,13 +1,14 @@
 #include <gssapi/gssapi.h>
 #include <strings.h>
 
-#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -126,14 +127,22 @@ struct SyncFailText {
   std::string body;
 };
 
-// In the administrator's language, as the environment of the process names it.
+// The locale that the environment of the process names, without its encoding. The one lock of the
+// library: setlocale frees the name that it gave to the call before.
+std::optional<std::string> localeName() {
+  static std::mutex oneAtATime;
+  const std::lock_guard lock(oneAtATime);
+  const char* name = std::setlocale(LC_CTYPE, "");
+  if (name == nullptr) return {};
+  return std::string(name, std::strcspn(name, "."));
+}
+
+// In the administrator's language.
 SyncFailText syncFailText() {
-  const char* locale = std::setlocale(LC_CTYPE, "");
-  std::string language = locale == nullptr ? "" : locale;
-  language.resize(std::min(language.find('.'), language.size()));
+  const std::optional<std::string> locale = localeName();
   VESK::BvResbundle bundle;
   bundle._init(VESK::BvResbundle::GetResourceFileName(), "LDAPCacheServer",
-               locale == nullptr ? nullptr : language.c_str());
+               locale ? locale->c_str() : nullptr);
   return {bundle.getString("SYNC_FAIL_NOTIFY_TITLE", "LDAP Cache Server Synchronization Failed"),
           bundle.getString("SYNC_FAIL_NOTIFY_CONTENT",
                            "Schedule synchronization for LDAP Cache Server failed, please check "

@@ -14,10 +14,11 @@
 // out whole under its plain name; a caller who asks for a range himself gets what the server says.
 //
 // Authentication type Kerberos binds by SASL/GSSAPI with a ticket that it gets for the account and
-// password ("ann", "ann@REALM" or "DOMAIN\ann") and keeps to itself; the machine's ticket caches and
-// keytabs have no part in it. The service is "ldap/" and the host as given, so give the name that the
-// server's keytab has. Realms and their key servers are those of /etc/krb5.conf (or what KRB5_CONFIG
-// names, and of DNS where it names none); the key servers are asked over TCP, within the time-outs.
+// password ("ann", "ann@REALM" or "DOMAIN\ann") and keeps to itself; the machine's ticket caches
+// and keytabs have no part in it. The service is "ldap/" and the host as given, so give the name
+// that the server's keytab has. Realms and their key servers are those of /etc/krb5.conf (or what
+// KRB5_CONFIG names, and of DNS where it names none); the key servers are asked over TCP, within
+// the time-outs.
 //
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted
@@ -91,7 +92,9 @@ class BvLDAPAbstractConnection {
 
   // Binds with an account on a connected session; 0 when the server accepted it. An empty name or
   // password is refused without asking: many servers take such a bind as anonymous and answer with
-  // success.
+  // success. Otherwise nobody stays bound as before: a failed simple bind leaves an anonymous
+  // session, a failed Kerberos bind closes one that was bound or that the server had already been
+  // asked on.
   virtual int authenticate(const char* user, const char* password) = 0;
   virtual int getLastError() = 0;
   // Reads one entry; 0 when it exists and may be read, and then `*out` is to be given to freeEntry.
@@ -164,9 +167,8 @@ class BvLDAPScript {
 
 // The service principal ("HTTP/gate.example.com@EXAMPLE.COM") that a keytab file holds, cut at
 // bufferSize - 1 bytes, and not within a character. When there are several, the newest entry
-// counts. False, with a line in the
-// log, when the file is missing, unreadable, damaged, or has no service principal; `buffer` is then
-// the empty text.
+// counts. False, with a line in the log, when the file is missing, unreadable, damaged, or has no
+// service principal; `buffer` is then the empty text.
 bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize);
 
 }  // namespace VESK

@@ -12,13 +12,14 @@
 
 // Splits an address setting into mailboxes, in their order, each once (capitals of the domain do
 // not matter): "ann@example.com" or "Ann Lee <ann@example.com>", ready for a header but not yet
-// encoded, international domains in their xn-- form. Between addresses stand semicolons or commas;
+// encoded (only a name that itself holds "=?" is), international domains in their xn-- form; read
+// again, they stay as they are. Between addresses stand semicolons or commas;
 // in a quoted display name they belong to the name. Members of a group ("Admins: a@x.org,
 // b@x.org;") are listed one by one. An entry that is no address is skipped, and the log names it:
 // that includes a bare name without a domain (a local account is name@localhost), control
 // characters, letters beyond ASCII before the @ sign, a hyphen in front and an entry of more than
-// 998 bytes. `addresses` stays as it is, `recipients` is emptied first. True when there is at least
-// one recipient.
+// 998 bytes, read or written. `addresses` stays as it is, `recipients` is emptied first. True when
+// there is at least one recipient.
 bool checkToAddress(std::string& addresses, std::vector<std::string>& recipients);
 
 namespace VESK {

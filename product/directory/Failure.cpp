@@ -11,6 +11,10 @@ namespace {
 
 const char* hintOf(const Failure& failure) {
   if (failure.code > 0 && std::strcmp(failure.step, "SASL bind") == 0) {
+    if (failure.code == LDAP_STRONG_AUTH_REQUIRED) {
+      return "this server refuses Kerberos inside TLS: set security in section LDAP to none, the "
+             "connection is sealed all the same";
+    }
     return "the ticket is good; check the server's keytab, its krb5.conf and its rules for "
            "accounts";
   }
@@ -24,11 +28,14 @@ const char* hintOf(const Failure& failure) {
     case LDAP_NO_SUCH_OBJECT:
     case LDAP_INVALID_DN_SYNTAX:
     case LDAP_REFERRAL:
-      return "check the base DN";
+      return std::strcmp(failure.step, "bind") == 0
+                 ? "give the account as the server wants it, mostly its full DN"
+                 : "check the base DN";
     case LDAP_SIZELIMIT_EXCEEDED:
     case LDAP_ADMINLIMIT_EXCEEDED:
     case LDAP_TIMELIMIT_EXCEEDED:
       return "raise the server's limits for this account, or search below a narrower base DN";
+    case LDAP_OPERATIONS_ERROR:  // an Active Directory's answer to an anonymous search
     case LDAP_INSUFFICIENT_ACCESS:
     case LDAP_UNWILLING_TO_PERFORM:
       return "the server does not allow this; bind with an account that may";

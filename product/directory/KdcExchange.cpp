@@ -12,6 +12,17 @@ namespace {
 
 constexpr std::uint32_t MAX_ANSWER = 1024 * 1024;  // a larger one is taken for garbage
 
+// MIT's key server keeps five waiting connections and lets the system drop the rest, which it would
+// only try again after a second: several binds at once are common here.
+Transport::Failure reach(Transport& transport, const KdcServer& server,
+                         Clock::time_point deadline) {
+  for (Millis patience(100);; patience *= 2) {
+    const auto until = std::min(deadline, Clock::now() + patience);
+    auto failure = transport.connect(server.host, server.port, until);
+    if (failure.reason.empty() || !transport.timedOut() || until == deadline) return failure;
+  }
+}
+
 std::array<char, 4> lengthPrefix(std::size_t length) {
   return {static_cast<char>(length >> 24), static_cast<char>(length >> 16),
           static_cast<char>(length >> 8), static_cast<char>(length)};
@@ -54,8 +65,7 @@ bool KdcExchange::askOne(const KdcServer& server, Clock::time_point deadline,
                          std::string_view request, std::string& answer) {
   asked = "KDC " + server.host + ":" + std::to_string(server.port);
   Transport transport;
-  if (const auto failure = transport.connect(server.host, server.port, deadline);
-      !failure.reason.empty()) {
+  if (const auto failure = reach(transport, server, deadline); !failure.reason.empty()) {
     reason = failure.step + (": " + failure.reason);
     return false;
   }

@@ -53,6 +53,12 @@ std::optional<Range> rangeOf(std::string_view description) {
   return range;
 }
 
+bool answers(std::string_view sent, std::string_view asked) {
+  const std::optional<Range> one = rangeOf(sent);
+  const std::optional<Range> other = rangeOf(asked);
+  return one && other && one->first == other->first && isSame(one->name, other->name);
+}
+
 std::string wrongWith(const PartialAttribute& part, std::uint64_t expected) {
   const Range& range = part.range;
   if (range.first != expected) {

@@ -22,6 +22,10 @@ struct Range {
 // Nothing when the attribute's description has no such option, or not in its form.
 std::optional<Range> rangeOf(std::string_view description);
 
+// Whether `sent` is what a server made of the range that was `asked` for: it names the range that it
+// sends, "0-*" for a short list, or fewer values than asked for.
+bool answers(std::string_view sent, std::string_view asked);
+
 // An attribute's values up to now.
 struct PartialAttribute {
   Range range;  // of the values that came last

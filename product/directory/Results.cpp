@@ -2,10 +2,12 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
 #include "Binary.h"
+#include "Ranges.h"
 
 namespace VESK {
 
@@ -39,12 +41,18 @@ BvLDAPEntry::BvLDAPEntry(std::string dn, std::vector<BvLDAPAttribute> attributes
 int BvLDAPEntry::getAttribute(const char* name, BvLDAPAttribute** out) {
   *out = nullptr;
   if (name == nullptr) return -1;
-  for (BvLDAPAttribute& attribute : entryAttributes) {
-    if (strcasecmp(attribute.name().c_str(), name) != 0) continue;
-    *out = &attribute;
-    return 0;
+  const auto same = [name](const BvLDAPAttribute& attribute) {
+    return strcasecmp(attribute.name().c_str(), name) == 0;
+  };
+  auto found = std::find_if(entryAttributes.begin(), entryAttributes.end(), same);
+  if (found == entryAttributes.end()) {
+    found = std::find_if(
+        entryAttributes.begin(), entryAttributes.end(),
+        [name](const BvLDAPAttribute& other) { return directory::answers(other.name(), name); });
   }
-  return -1;
+  if (found == entryAttributes.end()) return -1;
+  *out = &*found;
+  return 0;
 }
 
 BvLDAPSearchResults::BvLDAPSearchResults(std::vector<BvLDAPEntry> entries)

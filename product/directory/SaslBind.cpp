@@ -36,8 +36,21 @@ void setSecurity(LDAP* handle) {
   ldap_set_option(handle, LDAP_OPT_X_SASL_CBINDING, &binding);
   ldap_set_option(handle, LDAP_OPT_X_SASL_SECPROPS,
                   tls ? "noanonymous,noplain,minssf=0,maxssf=0"
-                      : "noanonymous,noplain,minssf=0,maxssf=256,maxbufsize=65536");
+                      : "noanonymous,noplain,minssf=1,maxssf=256,maxbufsize=65536");
   ldap_set_option(handle, LDAP_OPT_X_SASL_NOCANON, LDAP_OPT_ON);
+}
+
+// libldap takes a server's word that the bind succeeded, however early it comes. Cyrus SASL knows
+// who the account is from the moment the server's own proof was good, and without TLS a layer has
+// to seal what follows.
+bool serverIsProven(LDAP* handle) {
+  char* account = nullptr;
+  ber_len_t strength = 0;
+  ldap_get_option(handle, LDAP_OPT_X_SASL_USERNAME, &account);
+  const bool proven = account != nullptr;
+  ldap_memfree(account);
+  ldap_get_option(handle, LDAP_OPT_X_SASL_SSF, &strength);
+  return proven && (strength > 0 || ldap_tls_inplace(handle) != 0);
 }
 
 // The wire is sound; the libraries on this side could not go on.
@@ -53,10 +66,15 @@ int BvLDAPConnection::Session::bindKerberos(const TimeBudget& budget, const std:
   KerberosTicket ticket(serverHost, budget.deadline());
   if (!ticket.obtain(principalOf(user, vendor == ACTIVEDIRECTORY), password)) {
     const KerberosFailure& failure = ticket.failure();
+    if (bound) close();  // or it would go on as somebody else
     return fail(budget, failure.step.c_str(), failure.peer, failure.reason, failure.hint);
   }
-  const int code = bindSasl(budget, ticket.credential());
-  return code == LDAP_SUCCESS ? code : failSasl(budget, code, ticket.clockIsWrong());
+  int code = bindSasl(budget, ticket.credential());
+  bound = code == LDAP_SUCCESS && serverIsProven(handle.get());
+  if (bound) return code;
+  code = failSasl(budget, code, ticket.clockIsWrong());
+  close();  // what the server makes of half a negotiation is its own affair
+  return code;
 }
 
 int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool clockIsWrong) {
@@ -64,6 +82,14 @@ int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool
   const std::string words = " [" + diagnosticOf(handle.get()) + "]";
   if (transport->timedOut() || (isWireFailure(code) && !isLocal(code))) {
     return fail(budget, STEP, code);
+  }
+  if (code == LDAP_SUCCESS) {
+    return fail(budget, STEP, "the server did not prove itself",
+                "check that this is the directory server and not somebody who answers for it");
+  }
+  if (code == LDAP_NOT_SUPPORTED) {
+    return fail(budget, STEP, "the SASL library did not take the account's ticket" + words,
+                "install the GSSAPI module of Cyrus SASL that fits it");
   }
   if (code == LDAP_AUTH_UNKNOWN) {
     return fail(budget, STEP, "no GSSAPI mechanism on this machine" + words,
@@ -89,7 +115,7 @@ int BvLDAPConnection::Session::bindSasl(const TimeBudget& budget, void* gssCrede
     const int code = ldap_sasl_interactive_bind(handle.get(), nullptr, "GSSAPI", nullptr, nullptr,
                                                 LDAP_SASL_QUIET, giveCredential, &credential,
                                                 answer.get(), &mechanism, &id);
-    if (code == LDAP_SUCCESS && !credential.given) return LDAP_SERVER_DOWN;
+    if (code == LDAP_SUCCESS && !credential.given) return LDAP_NOT_SUPPORTED;
     if (code != LDAP_SASL_BIND_IN_PROGRESS) return code;
     if (const int waited = awaitMessage(budget, id, answer); waited != LDAP_SUCCESS) return waited;
   }

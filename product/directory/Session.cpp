@@ -2,6 +2,7 @@
 
 #include <openldap.h>
 
+#include <cstring>
 #include <mutex>
 #include <utility>
 
@@ -51,6 +52,17 @@ std::string tlsVersion(LDAP* handle) {
   return copy;
 }
 
+// As realUtf8 reads it, without a copy.
+bool isEmpty(const char* text) {
+  return text == nullptr || *text == '\0' || std::strncmp(text, "\xC0\x80", 2) == 0;
+}
+
+// A password does not stay behind in freed memory.
+struct Wiped {
+  std::string& text;
+  ~Wiped() { explicit_bzero(text.data(), text.size()); }
+};
+
 bool isNew(const std::string& version) {
   return version.ends_with("1.2") || version.ends_with("1.3");
 }
@@ -66,6 +78,7 @@ void BvLDAPConnection::Session::close() {
   handle.reset();
   transport.reset();
   provenBase.clear();
+  bound = false;
 }
 
 int BvLDAPConnection::Session::open(const char* host, int port) {
@@ -78,7 +91,7 @@ int BvLDAPConnection::Session::open(const char* host, int port, const char* user
   options = loadOptions(port);
   const TimeBudget whole(options.operationTimeout);
   if (const int code = reach(host, port); code != 0) return code;
-  const bool anonymous = realUtf8(user).empty() && realUtf8(password).empty();
+  const bool anonymous = isEmpty(user) && isEmpty(password);
   const int code = anonymous ? LDAP_SUCCESS : bind(user, password);
   if (code != 0) close();
   return code;
@@ -180,7 +193,8 @@ int BvLDAPConnection::Session::bind(const char* user, const char* password) {
   if (handle == nullptr) return fail(budget, "bind", LDAP_SERVER_DOWN);
   transport->endAt(budget.deadline());
   const std::string name = realUtf8(user);
-  const std::string secret = realUtf8(password);
+  std::string secret = realUtf8(password);
+  const Wiped wiped{secret};
   if (name.empty() || secret.empty()) {
     fail(budget, "bind", "empty name or password, not sent", "give the account and its password");
     return LDAP_INAPPROPRIATE_AUTH;

@@ -83,6 +83,7 @@ class BvLDAPConnection::Session {
   std::string serverHost;  // without brackets
   std::string peer;        // for messages
   std::string provenBase;  // gave an entry in this session
+  bool bound = false;      // by Kerberos, as somebody
   int error = NO_ERROR;
   std::unique_ptr<Transport> transport;
   LdapHandle handle;  // declared after the transport that it uses

@@ -30,6 +30,7 @@ std::string realUtf8(const char* text) {
   std::string out;
   std::string_view rest = text == nullptr ? "" : text;
   rest = rest.substr(0, rest.find("\xC0\x80"));
+  out.reserve(rest.size());  // a text that grows leaves copies of a password behind
   while (!rest.empty()) {
     const std::size_t plain = std::min(rest.find('\xED'), rest.size());
     out.append(rest.substr(0, plain));

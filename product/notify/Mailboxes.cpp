@@ -1,9 +1,11 @@
 #include "Mailboxes.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <set>
+#include <string_view>
 
 #include "GMime.h"
 #include "product/log.h"
@@ -13,8 +15,9 @@ namespace VESK::notify {
 
 namespace {
 
-// A line of a header holds no more, and the parser calls itself for each group in a group.
+// A line of a header holds no more.
 constexpr std::size_t LONGEST_ENTRY = 998;
+constexpr const char* TOO_LONG = "longer than 998 bytes";
 constexpr std::size_t LONGEST_ADDRESS = 254;
 constexpr std::size_t LONGEST_LOCAL_PART = 64;
 
@@ -113,10 +116,13 @@ bool isPlain(std::string_view text) {
   return true;
 }
 
+// A name, or an IP address in square brackets. The parser takes brackets around anything.
 bool isMailDomain(std::string_view domain) {
-  if (domain.front() == '[') return domain.back() == ']';
-  return std::all_of(domain.begin(), domain.end(),
-                     [](char c) { return g_ascii_isalnum(c) || c == '-' || c == '.' || c == '_'; });
+  const bool literal = domain.size() > 2 && domain.front() == '[' && domain.back() == ']';
+  if (literal) domain = domain.substr(1, domain.size() - 2);
+  return std::all_of(domain.begin(), domain.end(), [literal](char c) {
+    return g_ascii_isalnum(c) || c == '-' || c == '.' || c == (literal ? ':' : '_');
+  });
 }
 
 // What the parser lets through and a mail system does not.
@@ -139,9 +145,13 @@ bool isReadToItsEnd(std::string_view entry, std::string_view address, std::strin
          entry.ends_with(ascii.substr(ascii.rfind('@') + 1));
 }
 
-// As a header has it, but for letters beyond ASCII.
+// As a header has it, but for letters beyond ASCII. Whoever reads it decodes encoded words: a name
+// that looks like one is encoded, so that it comes out as it is.
 std::string writtenForm(const std::string& name, const std::string& address) {
   if (name.empty()) return address;
+  if (name.find("=?") != std::string::npos) {
+    return "=?utf-8?q?" + quotedPrintable(name) + "?= <" + address + ">";
+  }
   const bool plain = std::all_of(name.begin(), name.end(), [](char c) {
     return g_ascii_isalnum(c) || (c & 0x80) != 0 ||
            std::strchr(" !#$%&'*+-/=?^_`{|}~", c) != nullptr;
@@ -165,7 +175,7 @@ class Collector {
  private:
   // Null, or what is wrong.
   const char* take(std::string_view entry) {
-    if (entry.size() > LONGEST_ENTRY) return "longer than 998 bytes";
+    if (entry.size() > LONGEST_ENTRY) return TOO_LONG;
     if (!isPlain(entry)) return "control characters or bytes that are not UTF-8";
     if (entry.find('@') == std::string_view::npos) return FORM;
     // Without options it is lenient with brackets that are not closed; its strict form leaks.
@@ -194,9 +204,9 @@ class Collector {
     if (!isReadToItsEnd(entry, internet_address_mailbox_get_addr(mailbox), ascii)) return FORM;
     // An encoded name may hold anything.
     if (!isPlain(name)) return "control characters in the name";
-    if (seen.insert(keyOf(ascii)).second) {
-      mailboxes.push_back({name, ascii, writtenForm(name, ascii)});
-    }
+    const std::string written = writtenForm(name, ascii);
+    if (written.size() > LONGEST_ENTRY) return TOO_LONG;
+    if (seen.insert(keyOf(ascii)).second) mailboxes.push_back({name, ascii, written});
     return nullptr;
   }
 
@@ -228,12 +238,24 @@ void startGMime() {
   std::call_once(once, g_mime_init);
 }
 
-std::vector<Mailbox> parseMailboxes(std::string_view text, const char* setting) {
+std::string quotedPrintable(const std::string& bytes) {
+  std::string text;
+  char code[4] = {};
+  for (const char c : bytes) {
+    std::snprintf(code, sizeof code, "=%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+    text += g_ascii_isalnum(c) ? std::string(1, c) : code;
+  }
+  return text;
+}
+
+std::vector<Mailbox> parseMailboxes(const std::vector<std::string>& texts, const char* setting) {
   startGMime();
   Collector collector(setting);
-  Splitter splitter(text);
-  for (std::string_view entry; splitter.next(entry);) {
-    if (entry = trimmed(entry); !entry.empty()) collector.add(entry);
+  for (const std::string& text : texts) {
+    Splitter splitter(text);
+    for (std::string_view entry; splitter.next(entry);) {
+      if (entry = trimmed(entry); !entry.empty()) collector.add(entry);
+    }
   }
   return std::move(collector.mailboxes);
 }
@@ -242,7 +264,7 @@ std::vector<Mailbox> parseMailboxes(std::string_view text, const char* setting) 
 
 bool checkToAddress(std::string& addresses, std::vector<std::string>& recipients) {
   recipients.clear();
-  for (const auto& mailbox : VESK::notify::parseMailboxes(addresses, "the list of recipients")) {
+  for (const auto& mailbox : VESK::notify::parseMailboxes({addresses}, "the list of recipients")) {
     recipients.push_back(mailbox.written);
   }
   return !recipients.empty();

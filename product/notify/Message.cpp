@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <optional>
 
 #include "GMime.h"
@@ -100,16 +99,6 @@ bool isAscii(const std::string& text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
-std::string quotedPrintable(const std::string& bytes) {
-  std::string text;
-  char code[4] = {};
-  for (const char c : bytes) {
-    std::snprintf(code, sizeof code, "=%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
-    text += g_ascii_isalnum(c) ? std::string(1, c) : code;
-  }
-  return text;
-}
-
 // As encoded words of 75 characters at most, a line each; whole characters in each, in a charset
 // that can hold them. GMime's own are longer, and base64 in several words is misread by some.
 std::string encodedWords(const std::string& text, const std::string& charset) {
@@ -140,6 +129,7 @@ bool goesAsItIs(const std::string& text) {
 }
 
 std::string header(const Mailbox& mailbox) {
+  if (mailbox.name.empty()) return mailbox.address;
   if (goesAsItIs(mailbox.written)) return mailbox.written;
   return encodedWords(mailbox.name, UTF8) + "\n <" + mailbox.address + ">";
 }

@@ -26,12 +26,6 @@ bool isFileName(const std::string& name) {
   });
 }
 
-std::vector<Mailbox> parseRecipients(const std::vector<std::string>& recipients) {
-  std::string all;
-  for (const std::string& recipient : recipients) all += recipient + ";";
-  return parseMailboxes(all, "the recipients");
-}
-
 std::string stampOf(GDateTime* time) {
   const Text stamp(g_date_time_format(time, "%Y-%m-%dT%H:%M:%SZ"));
   g_date_time_unref(time);
@@ -123,17 +117,18 @@ int NotifyMailCompose(const char*, const char* queueDirectory, const char* contr
     return refuse(VESK::NOTIFY_BAD_ARGUMENT, folder, "folder or file names are not usable",
                   "a folder and two plain, different file names are needed");
   }
-  const std::vector<Mailbox> to = parseRecipients(recipients);
+  const std::vector<Mailbox> to = parseMailboxes(recipients, "the recipients");
   if (to.empty()) {
     return refuse(VESK::NOTIFY_NO_RECIPIENT, folder, "none of the recipients is an address",
                   "set Administrator in section General-Notification");
   }
   const std::string asked = orEmpty(charset).empty() ? "us-ascii" : charset;
-  const std::vector<Mailbox> from = parseMailboxes(orEmpty(sender), "the sender");
+  const std::vector<Mailbox> from = parseMailboxes({orEmpty(sender)}, "the sender");
   const std::string message = compose({asked, from, to, orEmpty(subject), orEmpty(body)});
   const std::vector<Mailbox> envelopeSender =
-      orEmpty(sender) == orEmpty(replySender) ? from
-                                              : parseMailboxes(orEmpty(replySender), "the sender");
+      orEmpty(sender) == orEmpty(replySender)
+          ? from
+          : parseMailboxes({orEmpty(replySender)}, "the sender");
   const std::string envelope = envelopeOf(message, dataFile, envelopeSender, to);
   const QueueFailure failure =
       writePair(queueDirectory, {dataFile, message}, {controlFile, envelope});

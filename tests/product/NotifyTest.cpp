@@ -3,6 +3,7 @@
 #include <gmime/gmime.h>
 #include <gmock/gmock.h>
 #include <sched.h>
+#include <sys/inotify.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -119,15 +120,15 @@ TEST_F(NotifyTest, AddressListsAsPeopleWriteThem) {
       {"Admins: a@x.org, B <b@x.org>;; c@x.org", "a@x.org | B <b@x.org> | c@x.org", 0},
       {"ann@x.org;Ann@x.org;ann@X.ORG;Ann Lee <ann@x.org>", "ann@x.org | Ann@x.org", 0},
       {"Jörg <j@bücher.example>", "Jörg <j@xn--bcher-kva.example>", 0},
-      {"\"a;b\"@x.org;a@[127.0.0.1];o'neil+tag@x.org",
-       "\"a;b\"@x.org | a@[127.0.0.1] | o'neil+tag@x.org", 0},
+      {"\"a;b\"@x.org;a@[IPv6:::1];o'neil+tag@x.org",
+       "\"a;b\"@x.org | a@[IPv6:::1] | o'neil+tag@x.org", 0},
       {"root;ann@;@x.org;Ann <>;a b@x.org;a@x..org;a@b@c;a@b_c/d", "", 8},
       {"Ann <ann@x.org;b@x.org", "Ann <ann@x.org> | b@x.org", 0},
       {"\"Ann ann@x.org;b@x.org", "b@x.org", 1},
       {"ann@x.org <ann@x.org>;b@x.org", "\"ann@x.org\" <ann@x.org> | b@x.org", 0},
       {"ann@x.org (Ann;b@x.org", "b@x.org", 1},
       {"ann@x.org bob@x.org;c@x.org", "c@x.org", 1},
-      {"-oQ/tmp@x.org;jörg@x.org;\xff@x.org", "", 3},
+      {"-oQ/tmp@x.org;jörg@x.org;\xff@x.org;a@[x> <y];a@[]", "", 5},
       {"a@x.org\r\nBcc: b@x.org;\"a\nb\" <c@x.org>;=?utf-8?q?a=0AB?= <d@x.org>;e@x.org", "e@x.org",
        3},
   };
@@ -145,7 +146,7 @@ TEST_F(NotifyTest, LongSettingsTakeNoLongerThanTheirLength) {
     hundred += "User " + std::to_string(i) + " <u" + std::to_string(i) + "@x.org>;";
   const std::string all = recipientsOf(hundred);
   EXPECT_EQ(99, std::count(all.begin(), all.end(), '|'));
-  for (const char* part : {"\"\\", "(", "<", "a:", "\\", "<\""}) {
+  for (const char* part : {"\"\\", "(", "<", "a:", "\\", "<\\\""}) {
     std::string setting;
     while (setting.size() < 2'000'000) setting += part;
     EXPECT_EQ("", recipientsOf(setting)) << part;
@@ -231,6 +232,22 @@ TEST_F(NotifyTest, MailReadsBackAsItWasGiven) {
     expectLogLines(logged, asked == nullptr ? "none" : asked);
     emptyQueue();
   }
+}
+
+// Encoded twice, looking encoded, and beside one that leaves a quotation open.
+TEST_F(NotifyTest, RecipientsReportedGoodAllGetTheMail) {
+  std::string setting =
+      "=?utf-8?q?=3D=3Futf-8=3Fq=3Fa=3D0ABcc=3A_x=3F=3D?= <n@x.org>;=?x?=@x.org;\"B;\" <b@x.org>";
+  std::vector<std::string> recipients;
+  EXPECT_TRUE(checkToAddress(setting, recipients));
+  recipients.insert(recipients.begin() + 2, "\"Open <o@x.org>");
+  EXPECT_EQ(0, compose(queue, "m", "text", recipients));
+  EXPECT_THAT(dir.read("queue/m.AF"), HasSubstr("\nRecipient: <n@x.org>\nRecipient: <=?x?=@x.org>\n"
+                                                "Recipient: <o@x.org>\nRecipient: <b@x.org>\n"));
+  const std::string message = dir.read("queue/m.DF");
+  EXPECT_EQ("\"=?utf-8?q?a=0ABcc: x?=\" <n@x.org>, =?x?=@x.org, Open <o@x.org>, \"B;\" <b@x.org>",
+            ReadMail(message).to);
+  EXPECT_THAT(message, HasSubstr("\n =?x?=@x.org,\n"));
 }
 
 // Without a sender the envelope has the null sender and the header the machine's mail system.
@@ -325,6 +342,23 @@ TEST_F(NotifyTest, FileSizeLimitIsAnErrorNotTheEnd) {
   setrlimit(RLIMIT_FSIZE, &before);
   EXPECT_EQ((std::set<std::string>{"small.AF", "small.DF"}), namesIn(queue));
   EXPECT_THAT(home.newLog(), HasSubstr("notify: write failed at " + queue + "/large.DF after "));
+}
+
+// What a reader sees that watches the folder.
+TEST_F(NotifyTest, MessageAppearsBeforeItsControlFile) {
+  const int watch = inotify_init1(IN_NONBLOCK);
+  ASSERT_LE(0, inotify_add_watch(watch, queue.c_str(), IN_MOVED_TO));
+  EXPECT_EQ(0, compose(queue, "m"));
+  alignas(inotify_event) char events[4096] = {};
+  const ssize_t length = read(watch, events, sizeof events);
+  close(watch);
+  std::string order;
+  for (ssize_t at = 0; at < length;) {
+    const auto* event = reinterpret_cast<const inotify_event*>(events + at);
+    order += std::string(event->name) + " ";
+    at += static_cast<ssize_t>(sizeof *event + event->len);
+  }
+  EXPECT_EQ("m.DF m.AF ", order);
 }
 
 TEST_F(NotifyTest, KilledAtAnyMomentNoControlFileStandsAlone) {

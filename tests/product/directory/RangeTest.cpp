@@ -75,8 +75,12 @@ TEST_F(RangeTest, WhoAsksForARangeGetsIt) {
   LdapFront front(server->port(), 10);
   Session session(front.port());
   const char* const second[] = {"member;range=10-*", nullptr};
-  EXPECT_EQ(10u, found(session, second, "member;range=10-19").size());
-  EXPECT_EQ(1, front.taken().requests());
+  // The server names what it sends, the caller what he asked for.
+  for (const char* name : {"member;range=10-19", "member;range=10-*", "MEMBER;range=10-12"}) {
+    EXPECT_EQ(10u, found(session, second, name).size()) << name;
+  }
+  EXPECT_EQ(3, front.taken().requests());
+  EXPECT_EQ(0u, found(session, second, "member;range=0-*").size());
 }
 
 TEST_F(RangeTest, NoListIsShortAndNoReadingEndless) {
