@@ -2,9 +2,9 @@
 //
 // A command line is formatted into a buffer of the family's size and cut there without notice.
 // Values are placed as they are, inside whatever quotes the format holds: the console checks them
-// first. Commands inherit the console's environment but none of its descriptors from 3 up: a
-// service that a script leaves running in the background would otherwise hold the console's port.
-// While runInShell waits, the C library ignores SIGQUIT in the whole process: no thread dump then.
+// first. Commands inherit the console's environment but none of its sockets: a service that a
+// script leaves running in the background would otherwise hold the console's port. While runInShell
+// waits, the C library ignores SIGQUIT in the whole process: no thread dump then.
 #ifndef VESK_COMMAND_H
 #define VESK_COMMAND_H
 
@@ -61,7 +61,9 @@ using LineTaker = std::function<void(OutputLine& line)>;
 // started.
 [[nodiscard]] int runInShell(const char* command);
 
-// The exit code, 0 to 255, out of a raw wait status.
+// The exit code, 0 to 255, out of a raw wait status. It is 0, too, when the shell itself died by a
+// signal; a command that did comes out as 128 and the signal, unless the shell replaced itself with
+// it.
 [[nodiscard]] constexpr jint exitCode(int status) { return (status >> 8) & 255; }
 
 // Query: the first output line, without its newline, becomes one element of `list`. `method` is the

@@ -11,11 +11,13 @@
 // octet borders that Postfix looks up. A line that is neither is skipped. The input is streamed;
 // the memory used does not depend on it.
 //
-// False, with a line in the log, when a file cannot be opened, and then nothing was written; also
-// when the output cannot be written whole, and then it is left empty. `output` is emptied first.
+// False, with a line in the log, when a file cannot be opened or both are the same, and then
+// nothing was touched; also when the input cannot be read or the output written whole, and then the
+// output is left empty. `output` is emptied first.
 [[nodiscard]] bool writeRestrictionFile(const char* input, const char* output);
 
 // The table lines of one network rule: none when `prefixLength`, decimal digits, is not 1 to 32.
+// `action` has less than 1,024 characters.
 void EnumerateAlternateIPAddresses(const char* address, const char* prefixLength, std::FILE* out,
                                    const char* action);
 

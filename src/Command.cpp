@@ -1,5 +1,8 @@
 #include "Command.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -17,8 +20,23 @@ struct CloseProcess {
 };
 using ProcessOutput = std::unique_ptr<std::FILE, CloseProcess>;
 
-// For kernels before 5.11, which lack the flag, the descriptors stay as they are.
-void keepDescriptorsFromCommand() { close_range(3, ~0U, CLOSE_RANGE_CLOEXEC); }
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+// Sockets only: pipes and files may be on their way to a child that another thread of the VM is
+// starting, which takes them over by their numbers.
+void keepSocketsFromCommand() {
+  const std::unique_ptr<DIR, CloseFolder> descriptors(opendir("/proc/self/fd"));
+  if (!descriptors) return;
+  while (const dirent* entry = readdir(descriptors.get())) {
+    const int descriptor = std::atoi(entry->d_name);
+    struct stat status {};
+    if (descriptor > STDERR_FILENO && fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode)) {
+      fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+  }
+}
 
 }  // namespace
 
@@ -40,7 +58,7 @@ void OutputLine::cutAtNewline() {
 }
 
 jint readFirstLine(const char* command, OutputLine& line) {
-  keepDescriptorsFromCommand();
+  keepSocketsFromCommand();
   const ProcessOutput output(popen(command, "r"));
   if (!output) return result::commandNotStarted;
   if (std::fgets(line.text, sizeof line.text, output.get()) == nullptr) {
@@ -50,7 +68,7 @@ jint readFirstLine(const char* command, OutputLine& line) {
 }
 
 jint readLines(const char* command, const LineTaker& take) {
-  keepDescriptorsFromCommand();
+  keepSocketsFromCommand();
   const ProcessOutput output(popen(command, "r"));
   if (!output) return result::commandNotStarted;
   OutputLine line;
@@ -59,7 +77,7 @@ jint readLines(const char* command, const LineTaker& take) {
 }
 
 int runInShell(const char* command) {
-  keepDescriptorsFromCommand();
+  keepSocketsFromCommand();
   return std::system(command);
 }
 

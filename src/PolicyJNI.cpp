@@ -42,6 +42,7 @@ VESK_JNI(jint, PolicyJNI, notifyUpdatePolicyNow)
   const VeskJniString two(env, second);
   const VeskJniString three(env, third);
   CommandLine command(policyCommandSize);
+  // Without VESK_HOME the command names no file, and the shell refuses it.
   if (!command.format("%s/script/forceUpdate.sh %s %s %s & >/dev/null 2>&1",
                       std::getenv("VESK_HOME"), one.str, two.str, three.str)) {
     return notSent;

@@ -66,7 +66,7 @@ VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) {
 
 // The first name that begins with the key counts, whether or not it goes on behind it.
 VESK_JNI(jint, PostfixJNI, getPostconf)(JNIEnv* env, jobject, jstring key, jobject list) {
-  if (anyNull<jobject>(key, list)) return result::nullArgument;
+  if (key == nullptr) return result::nullArgument;
   const VeskJniString name(env, key);
   CommandLine command(postfixCommandSize);
   if (!command.format("postconf | grep \"^%s\"", name.str)) return result::commandNotFormed;
@@ -85,9 +85,7 @@ VESK_JNI(jint, PostfixJNI, setPostconf)(JNIEnv* env, jobject, jstring key, jstri
 
 // Inert, like getPEMFile: nothing is written or read.
 VESK_JNI(jint, PostfixJNI, exportPEMFile)
-(JNIEnv*, jobject, jstring, jstring, jstring, jstring, jstring) {
-  return result::success;
-}
+(JNIEnv*, jobject, jstring, jstring, jstring, jstring, jstring) { return result::success; }
 
 VESK_JNI(jint, PostfixJNI, getPEMFile)(JNIEnv*, jobject, jstring, jstring, jstring) {
   return result::success;
@@ -97,6 +95,7 @@ VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, j
   if (path == nullptr) return result::nullArgument;
   const VeskJniString file(env, path);
   CommandLine command(verifierCommandSize);
+  // Without VESK_HOME the command names no file, and nothing is valid.
   if (!command.format("%s/bin/pemverify %s %s", std::getenv("VESK_HOME"), isKey ? "-k" : "-c",
                       file.str)) {
     return result::certificateRejected;

@@ -1,6 +1,5 @@
 #include "RestrictionFile.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <stdio_ext.h>
 #include <sys/stat.h>
@@ -158,13 +157,28 @@ std::size_t lengthWithout(const char* address, int parts) {
   return length;
 }
 
+// Four decimal numbers. The system's own parser takes 010 for 8, and so another network.
+bool parseQuad(const char* text, std::uint32_t& value) {
+  for (int octet = 0; octet < 4; ++octet) {
+    if (octet > 0 && *text++ != '.') return false;
+    if (!isDigit(*text)) return false;
+    unsigned number = 0;
+    for (; isDigit(*text) && number < 256; ++text) {
+      number = 10 * number + static_cast<unsigned>(*text - '0');
+    }
+    if (number > 255) return false;
+    value = value << 8 | number;
+  }
+  return *text == '\0';
+}
+
 void enumerate(const char* address, int prefix, TableLines& lines) {
   const int hostBits = 32 - prefix;
   const int hostOctets = hostBits / 8;
   if (hostBits % 8 == 0) return lines.write(address, lengthWithout(address, hostOctets));
-  in_addr parsed;
-  if (inet_aton(address, &parsed) == 0) return;
-  const std::uint32_t network = ntohl(parsed.s_addr) & ~0U << hostBits;
+  std::uint32_t value = 0;
+  if (!parseQuad(address, value)) return;
+  const std::uint32_t network = value & ~0U << hostBits;
   const std::uint32_t step = 1U << 8 * hostOctets;
   const std::uint32_t count = 1U << hostBits % 8;
   // Counted, since nothing lies behind 255.255.255.255.
@@ -192,7 +206,7 @@ bool sameFile(std::FILE* one, std::FILE* other) {
   struct stat first {};
   struct stat second {};
   return fstat(fileno(one), &first) == 0 && fstat(fileno(other), &second) == 0 &&
-         first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+         S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
 // Not emptied yet.
@@ -218,7 +232,7 @@ bool writeRestrictionFile(const char* input, const char* output) {
   const auto buffers = std::make_unique<char[]>(2 * BLOCK_SIZE);  // outlive the files
   File in(std::fopen(input, "re"));
   if (!in) return fail("open", input);
-  const File out = openForWriting(output);
+  File out = openForWriting(output);
   if (!out) {
     static_cast<void>(in.release());  // stays open until the process ends, on purpose
     return fail("open", output);
@@ -238,11 +252,12 @@ bool writeRestrictionFile(const char* input, const char* output) {
   }
   const bool read = ferror_unlocked(in.get()) == 0;
   const int error = errno;
-  if (read && std::fflush(out.get()) == 0 && ferror_unlocked(out.get()) == 0) return true;
-  errno = read ? errno : error;
+  const bool written = std::fflush(out.get()) == 0 && ferror_unlocked(out.get()) == 0;
+  if (!written || !read) __fpurge(out.get());
+  if (std::fclose(out.release()) == 0 && written && read) return true;
+  if (!read) errno = error;
   fail(read ? "write" : "read", read ? output : input);
   // A table that is cut off would look whole to Postfix.
-  __fpurge(out.get());
-  static_cast<void>(ftruncate(fileno(out.get()), 0));
+  static_cast<void>(truncate(output, 0));
   return false;
 }

@@ -167,6 +167,7 @@ VESK_JNI(jint, WzrdJNI, getIFDevList)(JNIEnv* env, jobject, jobject list) {
   for (char* word = strtok_r(line.text, " \n", &rest); word != nullptr;
        word = strtok_r(nullptr, " \n", &rest)) {
     static_cast<void>(formJArrListStr(env, word, list));
+    if (env->ExceptionCheck()) break;  // nothing may be asked of the VM until the caller has it
   }
   return result::success;
 }

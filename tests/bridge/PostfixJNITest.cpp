@@ -70,7 +70,7 @@ TEST_F(PostfixJNITest, ToolsAreRunAndTheirStatusIsNotTold) {
   EXPECT_EQ(0, POSTFIX(exportPEMFile)(env, nullptr, a, a, a, a, a));
   EXPECT_EQ(0, POSTFIX(getPEMFile)(env, nullptr, nullptr, nullptr, nullptr));
   EXPECT_EQ(500, POSTFIX(setPostconf)(env, nullptr, a, nullptr));
-  EXPECT_EQ(500, POSTFIX(getPostconf)(env, nullptr, a, nullptr));
+  EXPECT_EQ(500, POSTFIX(getPostconf)(env, nullptr, nullptr, newList()));
   EXPECT_EQ(Calls{}, product.calls);
 }
 
@@ -138,8 +138,9 @@ TEST_F(RestrictionTest, OneLineOrExpansionARule) {
       {"255.255.255.0/23 X", lines("255.255.", 254, 255)},
       {"1.2.3.4/0 X\n1.2.3.4/33 X\n1.2.3.4/99999999999999999999 X\n", ""},
       {"1.2.3.4/a X\n1.2.3.4/ X\n1.2.3.4/24\n1.2.3.4/24 \n1.2.3.4\n1.2.3.4 \t\n\n\r\n", ""},
-      {"nonsense/20 X\n1.2.3.4.5/20 X\n", ""},
-      {"1.2.3.4 see a/b\n", ""},  // a slash makes it a network
+      {"nonsense/20 X\n1.2.3.4.5/20 X\n1.2.3/20 X\n1.2.3.256/20 X\n0x1.2.3.4/20 X\n", ""},
+      {"010.0.0.9/23 X", line("10.0.0", "X") + line("10.0.1", "X")},  // decimal
+      {"1.2.3.4 see a/b\n", ""},                                      // a slash makes it a network
       {"x1.2.3.4 X\n", line("", "1.2.3.4 X")},
       {" 1.2.3.4 X\n", line("", "1.2.3.4 X")},
       {"1.2.3.4 A\r\n1.2.3.5 B\r1.2.3.6 C\r",
@@ -148,6 +149,19 @@ TEST_F(RestrictionTest, OneLineOrExpansionARule) {
       {std::string(30, '1') + " X\n", line(std::string(30, '1'), "X")},
   };
   for (const auto& [rules, expected] : rows) EXPECT_EQ(expected, table(rules)) << rules;
+}
+
+TEST_F(RestrictionTest, EveryPrefixLengthHasItsNumberOfKeys) {
+  for (int prefix = 0; prefix <= 33; ++prefix) {
+    const std::string written = table("255.255.255.255/" + std::to_string(prefix) + " X");
+    const long keys = prefix == 0 || prefix == 33 ? 0 : 1L << (32 - prefix) % 8;
+    EXPECT_EQ(keys, std::count(written.begin(), written.end(), '\n')) << prefix;
+    EXPECT_TRUE(keys == 0 || written.substr(written.rfind('\n', written.size() - 2) + 1)
+                                 .starts_with(prefix > 24   ? "255.255.255.255 "
+                                              : prefix > 16 ? "255.255.255 "
+                                              : prefix > 8  ? "255.255 "
+                                                            : "255 "));
+  }
 }
 
 TEST_F(RestrictionTest, LongLinesCountAsSeveral) {

@@ -90,7 +90,7 @@ TEST_F(WzrdJNITest, GettersAskOneCommandAndListItsFirstLine) {
     EXPECT_EQ(101, ask());
     seams.popenFails = false;
 
-    seams.output = "eth0\n";
+    seams.output = "eth0 eth1\n";
     product.calls.clear();
     list = refusingList();
     EXPECT_EQ(keepsAppend ? 503 : 0, getter.call(env, nullptr, list));
@@ -200,6 +200,7 @@ struct Action {
   std::string command;
   jint exits3;  // the answer when the command exits with 3
   std::function<jint()> call;
+  std::size_t longest = 0;  // of a command with long texts
 };
 
 TEST_F(WzrdJNITest, ActionsAnswerTheStatusEachInItsOwnForm) {
@@ -211,18 +212,18 @@ TEST_F(WzrdJNITest, ActionsAnswerTheStatusEachInItsOwnForm) {
   const std::string three = " \"eth0\" \"10.0.0.1\" \"x y\"z\"";
   const Action actions[] = {
       {"setIFV4Addr", "/etc/clish/scripts/ifcfg.sh" + three, 768,
-       [&] { return WZRD(setIFV4Addr)(env, nullptr, a, b, c); }},
+       [&] { return WZRD(setIFV4Addr)(env, nullptr, a, b, c); }, 259},
       {"setIFV6Addr", "/etc/clish/scripts/ifcfg6.sh" + three, 768,
-       [&] { return WZRD(setIFV6Addr)(env, nullptr, a, b, c); }},
+       [&] { return WZRD(setIFV6Addr)(env, nullptr, a, b, c); }, 259},
       {"applyNetworkSettings", cfgtool + "apply_network", 3,
        [] { return WZRD(applyNetworkSettings)(env, nullptr); }},
       {"setTimeZone", "/etc/tzselect apply eth0 10.0.0.1 x y\"z", 768,
-       [&] { return WZRD(setTimeZone)(env, nullptr, a, b, c); }},
+       [&] { return WZRD(setTimeZone)(env, nullptr, a, b, c); }, 258},
       {"chkMasterDB", cfgtool + "chkdb \"10.1.1.1\" sa postgreSQL", 768,
-       [&] { return WZRD(chkMasterDB)(env, nullptr, parent); }},
+       [&] { return WZRD(chkMasterDB)(env, nullptr, parent); }, 258},
       {"regToMaster",
        "/vesk/bin/close_handle_sh \"" + cfgtool + "reg \\\"10.1.1.1\\\" sa postgreSQL\"", 3,
-       [&] { return WZRD(regToMaster)(env, nullptr, parent); }},
+       [&] { return WZRD(regToMaster)(env, nullptr, parent); }, 258},
       {"restartServices", "unset TZ;/opt/brelvik/vesk/script/S99MANAGER restart", 768, restart(1)},
       {"restartServices", "unset TZ;" + cfgtool + "restart_vesk", 768, restart(2)},
       {"restartServices", "unset TZ;" + cfgtool + "restart_vesk_noui", 768, restart(-7)},
@@ -235,6 +236,13 @@ TEST_F(WzrdJNITest, ActionsAnswerTheStatusEachInItsOwnForm) {
     EXPECT_EQ((Calls{prefix + " szCmd: [" + action.command + "]", "system " + action.command,
                      prefix + " nRet: [768]"}),
               product.calls);
+  }
+  a = b = c = parent = text(std::u16string(300, u'x'));
+  for (const Action& action : actions) {
+    if (action.longest == 0) continue;
+    call(action.call);
+    EXPECT_EQ(std::string("system ").size() + action.longest, product.calls.at(1).size())
+        << action.name;
   }
   unsetenv("VESK_HOME");
   call(actions[5].call);
