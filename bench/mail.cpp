@@ -36,6 +36,8 @@ class Queue {
   void write(const std::string& data, const std::string& control) {
     const std::string path = folder + "/" + std::to_string(++count);
     floor_write((path + ".DF").c_str(), data.data(), data.size());
+    // Or the control file could outlive a power cut without its message.
+    floor_sync_folder(folder.c_str());
     floor_write((path + ".AF").c_str(), control.data(), control.size());
     floor_sync_folder(folder.c_str());
   }

@@ -18,7 +18,9 @@
 // and keytabs have no part in it. The service is "ldap/" and the host as given, so give the name
 // that the server's keytab has. Realms and their key servers are those of /etc/krb5.conf (or what
 // KRB5_CONFIG names, and of DNS where it names none); the key servers are asked over TCP, within
-// the time-outs.
+// the time-outs. Unless krb5.conf sets dns_canonicalize_hostname to false or fallback, the GSS
+// library asks DNS for the host's name, outside them. The server has to prove itself, and without
+// TLS Kerberos seals what follows, or the bind fails.
 //
 // Settings read, section "LDAP": "security" (auto, none, starttls or ldaps; default auto, which
 // means ldaps on ports 636 and 3269 and none elsewhere), "ca_file" (PEM file of the trusted
@@ -167,8 +169,8 @@ class BvLDAPScript {
 
 // The service principal ("HTTP/gate.example.com@EXAMPLE.COM") that a keytab file holds, cut at
 // bufferSize - 1 bytes, and not within a character. When there are several, the newest entry
-// counts. False, with a line in the log, when the file is missing, unreadable, damaged, or has no
-// service principal; `buffer` is then the empty text.
+// counts. False, with a line in the log, when the file is missing, unreadable, damaged, larger
+// than 1 MB, or has no service principal; `buffer` is then the empty text.
 bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize);
 
 }  // namespace VESK

@@ -37,8 +37,9 @@ enum NotifyMailError : int {
 
 // Writes one mail into `queueDirectory` (an existing folder) as a pair of files: the message itself
 // in `dataFile` and its envelope in `controlFile`, two plain file names that do not begin with a
-// dot. Each appears whole, with mode 0640 and synced to disk, the data file first, so that a
-// control file never stands without its message; on failure neither is left.
+// dot, mode 0640. The control file appears when both files and the message's name are on the disk,
+// so that neither a killed process nor a power cut leaves a control file without its whole message;
+// on failure neither is left.
 // docs/product-libraries.md describes what is in them.
 //
 // `home` is the install root and may be null; it has no influence. `charset` is used where it can

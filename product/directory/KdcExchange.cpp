@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <utility>
 
 #include "Transport.h"
 
@@ -12,13 +13,20 @@ namespace {
 
 constexpr std::uint32_t MAX_ANSWER = 1024 * 1024;  // a larger one is taken for garbage
 
+// Looks the name up once: each time may take long.
+Transport::Failure locate(KdcServer& server) {
+  if (server.port == 0) return {"krb5.conf", "neither HOST nor HOST:PORT"};
+  if (server.addresses != nullptr) return {"", {}};
+  return {"resolve", resolve(server.host, server.port, server.addresses)};
+}
+
 // MIT's key server keeps five waiting connections and lets the system drop the rest, which it would
 // only try again after a second: several binds at once are common here.
-Transport::Failure reach(Transport& transport, const KdcServer& server,
+Transport::Failure reach(Transport& transport, const Addresses& addresses,
                          Clock::time_point deadline) {
   for (Millis patience(100);; patience *= 2) {
     const auto until = std::min(deadline, Clock::now() + patience);
-    auto failure = transport.connect(server.host, server.port, until);
+    auto failure = transport.connect(addresses, until);
     if (failure.reason.empty() || !transport.timedOut() || until == deadline) return failure;
   }
 }
@@ -43,6 +51,26 @@ std::string receiveAnswer(Transport& transport, std::string& answer) {
   return transport.receiveWhole(answer);
 }
 
+// Why another server may know more, or nothing. Each answer begins with what it is.
+std::string faultOf(krb5_context context, std::string& answer) {
+  constexpr char TICKETS = 0x6b;
+  constexpr char TICKET = 0x6d;
+  constexpr char REFUSAL = 0x7e;
+  const char kind = answer.front();
+  if (kind == TICKETS || kind == TICKET) return {};
+  krb5_data encoded{};
+  encoded.data = answer.data();
+  encoded.length = static_cast<unsigned>(answer.size());
+  krb5_error* raw = nullptr;
+  if (kind != REFUSAL || krb5_rd_error(context, &encoded, &raw) != 0) {
+    return "no answer of a key server";
+  }
+  constexpr auto OUT_OF_SERVICE = KRB5KDC_ERR_SVC_UNAVAILABLE - ERROR_TABLE_BASE_krb5;
+  const bool serves = raw->error != OUT_OF_SERVICE;
+  krb5_free_error(context, raw);
+  return serves ? "" : "out of service";
+}
+
 }  // namespace
 
 krb5_error_code KdcExchange::ask(const std::string& realm, std::string_view request,
@@ -53,7 +81,7 @@ krb5_error_code KdcExchange::ask(const std::string& realm, std::string_view requ
   if (servers.empty()) return KRB5_REALM_UNKNOWN;
   auto left = static_cast<int>(servers.size());
   for (auto server = servers.begin(); server != servers.end(); ++server, --left) {
-    if (askOne(*server, Clock::now() + remaining(ends) / left, request, answer)) {
+    if (askOne(*server, left, request, answer)) {
       std::rotate(servers.begin(), server, server + 1);  // the next question goes to it
       return 0;
     }
@@ -61,25 +89,32 @@ krb5_error_code KdcExchange::ask(const std::string& realm, std::string_view requ
   return KRB5_KDC_UNREACH;
 }
 
-bool KdcExchange::askOne(const KdcServer& server, Clock::time_point deadline,
-                         std::string_view request, std::string& answer) {
-  asked = "KDC " + server.host + ":" + std::to_string(server.port);
+bool KdcExchange::askOne(KdcServer& server, int sharers, std::string_view request,
+                         std::string& answer) {
+  asked = "KDC " + server.host;
+  if (server.port != 0) asked += ":" + std::to_string(server.port);
   Transport transport;
-  if (const auto failure = reach(transport, server, deadline); !failure.reason.empty()) {
+  Transport::Failure failure = locate(server);
+  const auto deadline = Clock::now() + remaining(ends) / sharers;
+  if (failure.reason.empty()) failure = reach(transport, server.addresses, deadline);
+  if (!failure.reason.empty()) {
     reason = failure.step + (": " + failure.reason);
     return false;
   }
   transport.endAt(deadline);
+  reason = converse(transport, request, answer);
+  return reason.empty();
+}
+
+std::string KdcExchange::converse(Transport& transport, std::string_view request,
+                                  std::string& answer) {
   const auto prefix = lengthPrefix(request.size());
   const std::string message = std::string(prefix.begin(), prefix.end()).append(request);
-  if (const std::string problem = transport.sendWhole(message); !problem.empty()) {
-    reason = "send: " + problem;
-  } else if (const std::string missing = receiveAnswer(transport, answer); !missing.empty()) {
-    reason = "answer: " + missing;
-  } else {
-    return true;
-  }
-  return false;
+  std::string problem = transport.sendWhole(message);
+  if (!problem.empty()) return "send: " + problem;
+  problem = receiveAnswer(transport, answer);
+  if (problem.empty()) problem = faultOf(context, answer);
+  return problem.empty() ? problem : "answer: " + problem;
 }
 
 }  // namespace VESK::directory

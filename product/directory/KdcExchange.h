@@ -20,15 +20,15 @@ class KdcExchange {
 
   // 0 and the answer; KRB5_REALM_UNKNOWN when no key server of the realm is known; KRB5_KDC_UNREACH
   // when none answered, and then `trouble` says why. The servers are tried in turn and share the
-  // time.
+  // time; one that answers with something else, or that it is out of service, counts as silent.
   krb5_error_code ask(const std::string& realm, std::string_view request, std::string& answer);
 
   const std::string& peer() const { return asked; }  // "KDC host:port", the last that was asked
   const std::string& trouble() const { return reason; }
 
  private:
-  bool askOne(const KdcServer& server, Clock::time_point deadline, std::string_view request,
-              std::string& answer);
+  bool askOne(KdcServer& server, int sharers, std::string_view request, std::string& answer);
+  std::string converse(Transport& transport, std::string_view request, std::string& answer);
 
   krb5_context context;
   Clock::time_point ends;

@@ -9,6 +9,7 @@
 #include <array>
 #include <charconv>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace VESK::directory {
@@ -32,15 +33,27 @@ Profile profileOf(krb5_context context) {
   return Profile(krb5_get_profile(context, &raw) == 0 ? raw : nullptr);
 }
 
-// "host", "host:port", "[address]:port", or a bare IPv6 address.
-KdcServer serverOf(std::string host) {
+// 0 for what is no port.
+int portOf(std::string_view text) {
+  int port = 0;
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, port);
+  return read.ec == std::errc() && read.ptr == end && port > 0 && port <= 65535 ? port : 0;
+}
+
+// "host", "host:port", "[address]:port", or a bare IPv6 address. The URL of a proxy is none of
+// them.
+KdcServer serverOf(const std::string& text) {
+  if (text.find("://") != std::string::npos) return {text};
+  std::string host = text;
   int port = KERBEROS_PORT;
   const auto colon = host.rfind(':');
   const bool bracketed = host.starts_with('[');
   const bool hasPort =
       colon != std::string::npos && (bracketed ? host[colon - 1] == ']' : host.find(':') == colon);
   if (hasPort) {
-    std::from_chars(host.data() + colon + 1, host.data() + host.size(), port);
+    port = portOf(std::string_view(host).substr(colon + 1));
+    if (port == 0) return {text};
     host.resize(colon);
   }
   if (bracketed && host.ends_with(']')) host = host.substr(1, host.size() - 2);
@@ -63,13 +76,15 @@ bool mayAskDns(_profile_t* profile) {
   return allowed != 0;
 }
 
-// A resolver of the call's own: each of the machine's name servers is asked once.
+// A resolver of the call's own: each of the machine's name servers is asked once. An answer that is
+// cut short is used as it is: the resolver would ask for the rest over TCP, and wait for ever.
 class Resolver {
  public:
   explicit Resolver(Clock::time_point deadline) : ready(res_ninit(&state) == 0) {
     using std::chrono::seconds;
     const auto left =
         static_cast<long>(std::chrono::duration_cast<seconds>(remaining(deadline)).count());
+    state.options |= RES_IGNTC | RES_USE_EDNS0;
     state.retry = 1;
     state.retrans =
         static_cast<int>(std::clamp<long>(left / std::max(1, state.nscount), 1, PATIENCE));
@@ -91,7 +106,7 @@ class Resolver {
 };
 
 struct Service {
-  unsigned priority;
+  unsigned priority = 0;
   KdcServer server;
 };
 
@@ -105,11 +120,13 @@ bool readService(const ns_msg& message, const ns_rr& record, Service& service) {
                          sizeof host) < 0) {
     return false;
   }
-  service = {ns_get16(data), {host, static_cast<int>(ns_get16(data + 4))}};
-  return *host != '\0' && service.server.port != 0;
+  service.priority = ns_get16(data);
+  service.server = {host, static_cast<int>(ns_get16(data + 4))};
+  return host != std::string_view(".") && service.server.port != 0;
 }
 
 KdcServers published(const std::string& realm, Clock::time_point deadline) {
+  if (remaining(deadline) == Millis(0)) return {};
   std::array<unsigned char, NS_MAXMSG> answer;
   ns_msg message;
   Resolver resolver(deadline);
@@ -122,7 +139,7 @@ KdcServers published(const std::string& realm, Clock::time_point deadline) {
     ns_rr record;
     Service service;
     if (ns_parserr(&message, ns_s_an, i, &record) == 0 && readService(message, record, service)) {
-      found.push_back(service);
+      found.push_back(std::move(service));
     }
   }
   std::stable_sort(found.begin(), found.end(),
@@ -139,7 +156,8 @@ KdcServers kdcServersOf(krb5_context context, const std::string& realm,
   const Profile profile = profileOf(context);
   if (profile == nullptr) return {};
   KdcServers servers = configured(profile.get(), realm);
-  return servers.empty() && mayAskDns(profile.get()) ? published(realm, deadline) : servers;
+  if (servers.empty() && mayAskDns(profile.get())) return published(realm, deadline);
+  return servers;
 }
 
 }  // namespace VESK::directory

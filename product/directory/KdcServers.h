@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "TimeBudget.h"
+#include "Transport.h"
 
 namespace VESK::directory {
 
 struct KdcServer {
-  std::string host;
-  int port;
+  std::string host;  // all that krb5.conf has where it cannot be used
+  int port = 0;      // 0: cannot be used
+  Addresses addresses{};
 };
 using KdcServers = std::vector<KdcServer>;
 

@@ -172,8 +172,9 @@ krb5_error_code KerberosTicket::askForService() {
 }
 
 // The GSS library looks for the name that krb5.conf lets it make of the host, maybe with the help
-// of DNS. It finds the ticket under that, and no other that it could buy one with: it asks no key
-// server itself.
+// of DNS, and nobody can tell it to take another. It finds the ticket under the name that DNS gives
+// now, and no other that it could buy one with: it asks no key server itself. Where DNS gives
+// another name a moment later, the bind fails.
 krb5_error_code KerberosTicket::keepForGss(const krb5_creds& ticket) {
   krb5_context krb5 = context.get();
   Krb5Principal looked(krb5);

@@ -1,11 +1,16 @@
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include "Kerberos.h"
+#include "Text.h"
 #include "product/directory.h"
 #include "product/log.h"
 
@@ -84,35 +89,72 @@ krb5_error_code readKeytab(krb5_context context, const std::string& path, Newest
 
 // libkrb5 takes a file that breaks off for one that ends: each entry starts with its length,
 // negative for a gap and zero for the end.
-bool breaksOff(const char* path, std::uintmax_t length) {
-  constexpr std::uintmax_t VERSION = 2;
-  std::ifstream file(path, std::ios::binary);
-  for (std::uintmax_t at = VERSION; at < length;) {
-    unsigned char bytes[4] = {};
-    file.seekg(static_cast<std::streamoff>(at));
-    if (!file.read(reinterpret_cast<char*>(bytes), sizeof bytes)) return true;
-    const auto size = static_cast<std::int32_t>(std::uint32_t{bytes[0]} << 24 | bytes[1] << 16 |
-                                                bytes[2] << 8 | bytes[3]);
+bool breaksOff(const std::string& content) {
+  constexpr std::size_t VERSION = 2;
+  constexpr std::size_t LENGTH = 4;
+  for (std::size_t at = VERSION; at < content.size();) {
+    if (content.size() - at < LENGTH) return true;
+    std::uint32_t bits = 0;
+    for (const char byte : content.substr(at, LENGTH)) {
+      bits = bits << 8 | static_cast<unsigned char>(byte);
+    }
+    const std::int64_t size = static_cast<std::int32_t>(bits);
     if (size == 0) return false;
-    at += sizeof bytes + static_cast<std::uintmax_t>(std::abs(std::int64_t{size}));
-    if (at > length) return true;
+    at += LENGTH;
+    if (static_cast<std::uint64_t>(std::abs(size)) > content.size() - at) return true;
+    at += static_cast<std::size_t>(std::abs(size));
   }
   return false;
 }
 
-// The reason why there is none, or nothing. A pipe or a device could be read for ever.
-std::string newestService(const char* path, std::string& name) {
-  std::error_code error;
-  const bool regular = std::filesystem::is_regular_file(path, error);
-  const std::uintmax_t length = regular ? std::filesystem::file_size(path, error) : 0;
-  if (error) return error.message();
-  if (!regular) return "not a file";
-  if (breaksOff(path, length)) return "the file is damaged";
+class File {
+ public:
+  explicit File(int descriptor) : fd(descriptor) {}
+  ~File() {
+    if (fd >= 0) close(fd);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  int get() const { return fd; }
+
+ private:
+  int fd;
+};
+
+std::string systemReason() { return std::generic_category().message(errno); }
+
+// The whole file, or the reason why not. A pipe or a device could be read for ever.
+std::string readFile(const std::string& path, std::string& content) {
+  constexpr off_t MOST = 1024 * 1024;
+  const File file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (file.get() < 0 || fstat(file.get(), &status) != 0) return systemReason();
+  if (!S_ISREG(status.st_mode)) return "not a file";
+  if (status.st_size > MOST) return "the file is too large";
+  content.resize(static_cast<std::size_t>(status.st_size));
+  const ssize_t got = read(file.get(), content.data(), content.size());
+  if (got < 0) return systemReason();
+  return static_cast<std::size_t>(got) == content.size() ? "" : "the file is changing";
+}
+
+// The reason why there is none, or nothing. libkrb5 gets a copy: it would wait for a lock that
+// another process has on the file, and what was looked at here might not be what it reads.
+std::string newestService(const std::string& path, std::string& name) {
+  std::string content;
+  const Wiped wiped{content};
+  if (std::string reason = readFile(path, content); !reason.empty()) return reason;
+  if (breaksOff(content)) return "the file is damaged";
+  const File copy(memfd_create("keytab", MFD_CLOEXEC));
+  if (copy.get() < 0 ||
+      write(copy.get(), content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
+    return systemReason();
+  }
   krb5_context raw = nullptr;
   if (const auto code = krb5_init_context(&raw); code != 0) return krb5Message(nullptr, code);
   const Krb5Context context(raw);
   Newest newest;
-  if (const auto code = readKeytab(raw, path, newest); code != 0) return krb5Message(raw, code);
+  const auto code = readKeytab(raw, "/proc/self/fd/" + std::to_string(copy.get()), newest);
+  if (code != 0) return krb5Message(raw, code);
   name = newest.name;
   return name.empty() ? "it has no service principal" : std::string();
 }
@@ -130,14 +172,14 @@ void copyCut(const std::string& text, char* buffer, std::size_t size) {
 bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize) {
   if (buffer == nullptr || bufferSize < 1) return false;
   *buffer = '\0';
+  const std::string path = realUtf8(keytabPath);
   std::string name;
-  const std::string reason =
-      keytabPath == nullptr ? "no path given" : newestService(keytabPath, name);
+  const std::string reason = path.empty() ? "no path given" : newestService(path, name);
   if (!reason.empty()) {
     Log::LogByLevel(1,
                     "keytab: %s gives no service principal: %s; hint: export it again with ktutil"
                     " or ktpass, readable for the console",
-                    keytabPath == nullptr ? "" : keytabPath, reason.c_str());
+                    path.c_str(), reason.c_str());
     return false;
   }
   copyCut(name, buffer, static_cast<std::size_t>(bufferSize));

@@ -40,17 +40,20 @@ void setSecurity(LDAP* handle) {
   ldap_set_option(handle, LDAP_OPT_X_SASL_NOCANON, LDAP_OPT_ON);
 }
 
-// libldap takes a server's word that the bind succeeded, however early it comes. Cyrus SASL knows
-// who the account is from the moment the server's own proof was good, and without TLS a layer has
-// to seal what follows.
+// Cyrus SASL knows who the account is from the moment the server's own proof was good.
 bool serverIsProven(LDAP* handle) {
   char* account = nullptr;
-  ber_len_t strength = 0;
   ldap_get_option(handle, LDAP_OPT_X_SASL_USERNAME, &account);
   const bool proven = account != nullptr;
   ldap_memfree(account);
+  return proven;
+}
+
+// What follows a bind is sealed by TLS or by a layer of Kerberos's own.
+bool isSealed(LDAP* handle) {
+  ber_len_t strength = 0;
   ldap_get_option(handle, LDAP_OPT_X_SASL_SSF, &strength);
-  return proven && (strength > 0 || ldap_tls_inplace(handle) != 0);
+  return strength > 0 || ldap_tls_inplace(handle) != 0;
 }
 
 // The wire is sound; the libraries on this side could not go on.
@@ -70,7 +73,8 @@ int BvLDAPConnection::Session::bindKerberos(const TimeBudget& budget, const std:
     return fail(budget, failure.step.c_str(), failure.peer, failure.reason, failure.hint);
   }
   int code = bindSasl(budget, ticket.credential());
-  bound = code == LDAP_SUCCESS && serverIsProven(handle.get());
+  // libldap takes a server's word that the bind succeeded, however early it comes.
+  bound = code == LDAP_SUCCESS && serverIsProven(handle.get()) && isSealed(handle.get());
   if (bound) return code;
   code = failSasl(budget, code, ticket.clockIsWrong());
   close();  // what the server makes of half a negotiation is its own affair
@@ -91,6 +95,10 @@ int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool
     return fail(budget, STEP, "the SASL library did not take the account's ticket" + words,
                 "install the GSSAPI module of Cyrus SASL that fits it");
   }
+  if (code == LDAP_AUTH_UNKNOWN && serverIsProven(handle.get())) {
+    return fail(budget, STEP, "the server does not seal the connection" + words,
+                "let the server offer Kerberos layers, or set security in section LDAP to ldaps");
+  }
   if (code == LDAP_AUTH_UNKNOWN) {
     return fail(budget, STEP, "no GSSAPI mechanism on this machine" + words,
                 "install the GSSAPI module of Cyrus SASL");
@@ -100,6 +108,10 @@ int BvLDAPConnection::Session::failSasl(const TimeBudget& budget, int code, bool
                 "let the server offer GSSAPI");
   }
   if (clockIsWrong) return fail(budget, STEP, "clock skew" + words, SAME_TIME);
+  if (words.find(krb5Message(nullptr, KRB5_CC_NOTFOUND)) != std::string::npos) {
+    return fail(budget, STEP, "DNS gives the server one name and then another" + words,
+                "set dns_canonicalize_hostname = false in krb5.conf, [libdefaults]");
+  }
   return code > 0 ? fail(budget, STEP, code)
                   : fail(budget, STEP, "GSSAPI failed" + words,
                          "check the server's keytab, and krb5.conf on both machines");

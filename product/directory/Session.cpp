@@ -57,12 +57,6 @@ bool isEmpty(const char* text) {
   return text == nullptr || *text == '\0' || std::strncmp(text, "\xC0\x80", 2) == 0;
 }
 
-// A password does not stay behind in freed memory.
-struct Wiped {
-  std::string& text;
-  ~Wiped() { explicit_bzero(text.data(), text.size()); }
-};
-
 bool isNew(const std::string& version) {
   return version.ends_with("1.2") || version.ends_with("1.3");
 }

@@ -2,6 +2,7 @@
 #ifndef VESK_DIRECTORY_TEXT_H
 #define VESK_DIRECTORY_TEXT_H
 
+#include <cstring>
 #include <string>
 
 namespace VESK::directory {
@@ -10,6 +11,12 @@ namespace VESK::directory {
 // four-byte group, U+0000 in two bytes ends the text, everything else stays as it is. Null reads as
 // the empty text.
 std::string realUtf8(const char* text);
+
+// A text whose secret does not stay behind in freed memory.
+struct Wiped {
+  std::string& text;
+  ~Wiped() { explicit_bzero(text.data(), text.size()); }
+};
 
 }  // namespace VESK::directory
 

@@ -21,11 +21,6 @@ namespace {
 
 constexpr std::size_t AHEAD = 64 * 1024;
 
-struct FreeAddresses {
-  void operator()(addrinfo* list) const { freeaddrinfo(list); }
-};
-using Addresses = std::unique_ptr<addrinfo, FreeAddresses>;
-
 // poll that signals do not prolong: 0 when the deadline passed, else 1 or -1.
 int pollUntil(int fd, short events, Clock::time_point deadline) {
   for (;;) {
@@ -44,6 +39,16 @@ int awaitConnected(int fd, Clock::time_point deadline) {
   return getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
+int count(const addrinfo* list) {
+  int addresses = 0;
+  for (; list != nullptr; list = list->ai_next) ++addresses;
+  return addresses;
+}
+
+}  // namespace
+
+void FreeAddresses::operator()(addrinfo* list) const { freeaddrinfo(list); }
+
 std::string resolve(const std::string& host, int port, Addresses& addresses) {
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
@@ -54,14 +59,6 @@ std::string resolve(const std::string& host, int port, Addresses& addresses) {
   if (status == 0) return {};
   return status == EAI_SYSTEM ? std::generic_category().message(errno) : gai_strerror(status);
 }
-
-int count(const addrinfo* list) {
-  int addresses = 0;
-  for (; list != nullptr; list = list->ai_next) ++addresses;
-  return addresses;
-}
-
-}  // namespace
 
 Transport::Transport() : ahead(std::make_unique_for_overwrite<char[]>(AHEAD)) {}
 
@@ -75,6 +72,10 @@ Transport::Failure Transport::connect(const std::string& host, int port,
   if (std::string reason = resolve(host, port, addresses); !reason.empty()) {
     return {"resolve", reason};
   }
+  return connect(addresses, deadline);
+}
+
+Transport::Failure Transport::connect(const Addresses& addresses, Clock::time_point deadline) {
   int left = count(addresses.get());
   int error = 0;
   for (const addrinfo* next = addresses.get(); next != nullptr; next = next->ai_next, --left) {

@@ -18,6 +18,15 @@ struct addrinfo;
 
 namespace VESK::directory {
 
+struct FreeAddresses {
+  void operator()(addrinfo* list) const;
+};
+using Addresses = std::unique_ptr<addrinfo, FreeAddresses>;
+
+// The addresses of a host, or the reason why there are none. Takes as long as the machine's
+// resolver is set to try.
+std::string resolve(const std::string& host, int port, Addresses& addresses);
+
 class Transport {
  public:
   Transport();
@@ -31,6 +40,7 @@ class Transport {
     std::string reason;
   };
   Failure connect(const std::string& host, int port, Clock::time_point deadline);
+  Failure connect(const Addresses& addresses, Clock::time_point deadline);
 
   // All of it by the deadline of endAt, or a reason. For other protocols than LDAP: not together
   // with attach.

@@ -138,9 +138,13 @@ const char* faultOf(std::string_view address) {
   return address.front() == '-' ? "it begins with a hyphen" : nullptr;
 }
 
-// The parser drops what it cannot read behind a bare address, as in "a@b@c".
+// The parser drops what it cannot read behind an address, as in "a@b@c" and "<a@b@c>".
 bool isReadToItsEnd(std::string_view entry, std::string_view address, std::string_view ascii) {
-  if (entry.find_first_of("<(") != std::string_view::npos) return true;
+  if (const std::size_t open = entry.rfind('<'); open != std::string_view::npos) {
+    entry = entry.substr(open + 1, entry.find('>', open) - open - 1);
+  }
+  entry = trimmed(entry);
+  if (entry.find('(') != std::string_view::npos) return true;  // a comment may stand anywhere
   return entry.ends_with(address.substr(address.rfind('@') + 1)) ||
          entry.ends_with(ascii.substr(ascii.rfind('@') + 1));
 }

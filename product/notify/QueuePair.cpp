@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <optional>
 
 #include "GMime.h"
 
@@ -60,22 +61,24 @@ class Arrival {
   // Readers of the queue pass over names that begin with a dot.
   bool write() {
     const std::string name = std::string(".") + Text(g_uuid_string_random()).get();
-    const Descriptor target(
+    target.emplace(
         ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, FILE_MODE));
-    if (target.number < 0) return fail("create");
+    if (target->number < 0) return fail("create");
     present = name;
     // Whatever the umask says.
-    if (::fchmod(target.number, FILE_MODE) != 0) return fail("set mode");
-    if (!fitsLimit(file.content.size()) || !writeAll(target.number, file.content)) {
+    if (::fchmod(target->number, FILE_MODE) != 0) return fail("set mode");
+    if (!fitsLimit(file.content.size()) || !writeAll(target->number, file.content)) {
       return fail("write");
     }
-    return ::fsync(target.number) == 0 || fail("sync");
+    // So that one sync finds both files on their way; whether it came to anything, sync() says.
+    ::sync_file_range(target->number, 0, 0, SYNC_FILE_RANGE_WRITE);
+    return true;
   }
 
+  bool sync() { return ::fsync(target->number) == 0 || fail("sync"); }
+
   bool appear() {
-    if (::renameat2(folder, present.c_str(), folder, file.name, RENAME_NOREPLACE) != 0) {
-      return fail("rename");
-    }
+    if (!rename()) return fail("rename");
     present = file.name;
     return true;
   }
@@ -83,6 +86,16 @@ class Arrival {
   void stay() { present.clear(); }
 
  private:
+  // Never over a file that is there. Not every file system can rename so; a second name and the
+  // first one's end come to the same.
+  bool rename() const {
+    if (::renameat2(folder, present.c_str(), folder, file.name, RENAME_NOREPLACE) == 0) return true;
+    if (errno != EINVAL && errno != ENOSYS) return false;
+    if (::linkat(folder, present.c_str(), folder, file.name, 0) != 0) return false;
+    ::unlinkat(folder, present.c_str(), 0);
+    return true;
+  }
+
   bool fail(const char* step) {
     failure = {step, file.name, errno};
     return false;
@@ -92,6 +105,7 @@ class Arrival {
   const QueueFile& file;
   QueueFailure& failure;
   std::string present;
+  std::optional<Descriptor> target;
 };
 
 bool isThere(int folder, const char* name) {
@@ -112,8 +126,16 @@ QueueFailure writePair(const char* folder, const QueueFile& first, const QueueFi
   // The second one goes first if both have to.
   Arrival one(queue.number, first, failure);
   Arrival two(queue.number, second, failure);
-  if (!one.write() || !two.write() || !one.appear() || !two.appear()) return failure;
-  if (::fsync(queue.number) != 0) return {"sync", "", errno};
+  const auto syncFolder = [&] {
+    if (::fsync(queue.number) != 0) failure = {"sync", "", errno};
+    return failure.error == 0;
+  };
+  // All that the second name stands for is on the disk before it appears, the first one's name too:
+  // no power cut turns the order round.
+  if (!one.write() || !two.write() || !one.appear() || !one.sync() || !two.sync() ||
+      !syncFolder() || !two.appear() || !syncFolder()) {
+    return failure;
+  }
   one.stay();
   two.stay();
   return failure;

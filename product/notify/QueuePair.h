@@ -18,8 +18,9 @@ struct QueueFailure {
   int error = 0;
 };
 
-// Writes and syncs both under other names, then lets `first` appear, then `second`. A file that is
-// there already is not touched: EEXIST. After a failure neither is there.
+// Writes and syncs both under other names, lets `first` appear, and `second` once the first one's
+// name is on the disk. A file that is there already is not touched: EEXIST. After a failure neither
+// is there; a process that is killed, or a power cut, can leave `first` and names with a dot.
 QueueFailure writePair(const char* folder, const QueueFile& first, const QueueFile& second);
 
 }  // namespace VESK::notify

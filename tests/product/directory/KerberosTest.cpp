@@ -35,6 +35,14 @@ std::string accounts() {
   return text;
 }
 
+// A key server's message: KRB-ERROR 29, "a service is not available".
+const std::string OUT_OF_SERVICE =
+    "\0\0\0\x40\x7e\x3e\x30\x3c\xa0\x03\x02\x01\x05\xa1\x03\x02\x01\x1e\xa4\x11\x18\x0f"
+    "20261121091500Z\xa5\x03\x02\x01\0\xa6\x03\x02\x01\x1d\xa9\x03\x1b\x01R\xaa\x0e\x30\x0c"
+    "\xa0\x03\x02\x01\x02\xa1\x05\x30\x03\x1b\x01K"s;
+
+std::string local(const TcpProxy& proxy) { return "127.0.0.1:" + std::to_string(proxy.port()); }
+
 class KerberosTest : public DirectoryTest {
  protected:
   static void SetUpTestSuite() {
@@ -105,6 +113,22 @@ TEST_F(KerberosTest, BindsEachFormOfAnAccountPlainAndUnderTls) {
   }
 }
 
+TEST_F(KerberosTest, PassesOverKeyServersThatAreNotWell) {
+  const TcpProxy silent(kdc->port(), {0, TcpProxy::STALLS});
+  const TcpProxy outOfService(kdc->port(), {0, TcpProxy::CLOSES, OUT_OF_SERVICE});
+  const TcpProxy stranger(kdc->port(), {0, TcpProxy::CLOSES, "\0\0\0\4HTTP"s});
+  set("operation_timeout", "2");
+  for (const std::string& first : {local(silent), local(outOfService), local(stranger),
+                                   "https://localhost/KdcProxy"s, "localhost:88x"s}) {
+    const std::string more =
+        dir.write("krb5.conf", "[realms]\nEXAMPLE.COM = {\n kdc = " + first + "\n}\n");
+    setenv("KRB5_CONFIG", (more + ":" + kdc->configuration()).c_str(), 1);
+    Connection connection(Connection::GENERIC, Connection::KERBEROS);
+    EXPECT_EQ(0, connection.connect(HOST, server->port(), "ann", ANN_SECRET))
+        << first << Home::instance().newLog();
+  }
+}
+
 TEST_F(KerberosTest, BindsAgainOverTheFirstBind) {
   Connection connection(Connection::GENERIC, Connection::KERBEROS);
   ASSERT_EQ(0, connection.connect(HOST, server->port()));
@@ -129,12 +153,10 @@ TEST_F(KerberosTest, EachFailureHasItsLineInTime) {
   const auto kdcLine = [](const std::string& address) {
     return " = {\n kdc = " + address + "\n}\n";
   };
-  const auto port = [](const TcpProxy& proxy) {
-    return "127.0.0.1:" + std::to_string(proxy.port());
-  };
-  const std::string more = dir.write(
-      "krb5.conf", "[realms]\nSILENT.EXAMPLE" + kdcLine(port(silent)) + "GARBAGE.EXAMPLE" +
-                       kdcLine(port(garbage)) + "CLOSED.EXAMPLE" + kdcLine(closed));
+  const std::string more =
+      dir.write("krb5.conf", "[realms]\nSILENT.EXAMPLE" + kdcLine(local(silent)) +
+                                 "GARBAGE.EXAMPLE" + kdcLine(local(garbage)) + "CLOSED.EXAMPLE" +
+                                 kdcLine(closed) + "ODD.EXAMPLE" + kdcLine("localhost:65536"));
   setenv("KRB5_CONFIG", (kdc->configuration() + ":" + more).c_str(), 1);
   set("operation_timeout", "1");
   const struct {
@@ -148,9 +170,10 @@ TEST_F(KerberosTest, EachFailureHasItsLineInTime) {
       {HOST, "locked", "secret-locked", "disabled or locked"},
       {HOST, "expired", "secret-expired", "password has expired"},
       {HOST, "ann@NOWHERE.EXAMPLE", "secret-", "unknown realm"},
-      {HOST, "ann@SILENT.EXAMPLE", "secret-", "KDC " + port(silent)},
+      {HOST, "ann@SILENT.EXAMPLE", "secret-", "KDC " + local(silent)},
       {HOST, "ann@GARBAGE.EXAMPLE", "secret-", "KDC unreachable"},
       {HOST, "ann@CLOSED.EXAMPLE", "secret-", "KDC " + closed},
+      {HOST, "ann@ODD.EXAMPLE", "secret-", "KDC localhost:65536 after"},
       {HOST, "a@b@c", "secret-", "no Kerberos account"},
       {"127.1", "ann", ANN_SECRET, "ldap/127.1 failed at KDC"},
   };

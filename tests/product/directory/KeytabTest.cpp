@@ -1,3 +1,7 @@
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdint>
 
 #include "DirectoryTest.h"
@@ -72,8 +76,37 @@ TEST_F(KeytabTest, GivesItsNewestServicePrincipal) {
   for (const char* path : {static_cast<const char*>(nullptr), ""}) {
     EXPECT_FALSE(VESK::get_spn_from_keytab(path, buffer, sizeof buffer));
   }
+  dir.write("\xF0\x9F\x94\x91", START + young);
+  EXPECT_TRUE(VESK::get_spn_from_keytab(dir.path("\xED\xA0\xBD\xED\xB4\x91").c_str(), buffer, 8));
   EXPECT_FALSE(VESK::get_spn_from_keytab("any", nullptr, 8));
   EXPECT_FALSE(VESK::get_spn_from_keytab("any", buffer, 0));
+}
+
+// The test's account may be one that reads everything.
+TEST_F(KeytabTest, LocksAndPermissionsOfTheFile) {
+  const TempDir dir;
+  const std::string path = dir.write("key.tab", START + entry("HTTP/new", 200, 1));
+  const std::string closed = dir.write("closed.tab", START + entry("HTTP/new", 200, 1));
+  ASSERT_EQ(0, chmod(closed.c_str(), 0));
+  ASSERT_EQ(0, chmod(dir.path("").c_str(), 0755));
+  const int held = open(path.c_str(), O_RDWR | O_CLOEXEC);
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  ASSERT_EQ(0, fcntl(held, F_SETLK, &lock));
+  const pid_t child = fork();
+  if (child == 0) {  // another process, for which the lock counts
+    alarm(5);
+    char buffer[32];
+    const bool read = VESK::get_spn_from_keytab(path.c_str(), buffer, sizeof buffer);
+    const bool other = geteuid() != 0 || setuid(65534) == 0;
+    _exit(read && other && !VESK::get_spn_from_keytab(closed.c_str(), buffer, sizeof buffer) ? 0
+                                                                                             : 1);
+  }
+  int status = 0;
+  EXPECT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  EXPECT_THAT(Home::instance().newLog(), HasSubstr("Permission denied"));
+  close(held);
 }
 
 }  // namespace

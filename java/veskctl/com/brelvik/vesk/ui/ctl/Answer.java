@@ -13,11 +13,14 @@ import java.util.Map;
  *
  * @param lists those that it filled
  * @param failures what it logged as failures
+ * @param isUnseen whether it should have queued a mail and none is to be seen
  */
-record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String> failures) {
+record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String> failures, boolean isUnseen) {
     /** Calls the method and keeps the lists among its arguments. */
     static Answer of(PeerMethod method, Object[] values) {
-        LogTail log = new LogTail(InstallRoot.open());
+        InstallRoot root = InstallRoot.open();
+        LogTail log = new LogTail(root);
+        MailQueue queue = new MailQueue(root, method.command());
         Object value = Bridge.call(method, values);
         List<List<?>> lists = new ArrayList<>();
         for (Object argument : values) {
@@ -25,7 +28,7 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
                 lists.add(list);
             }
         }
-        return new Answer(method, value, lists, log.failures());
+        return new Answer(method, value, lists, log.failures(), queue.isMissing());
     }
 
     /** Null when the method answers with something else. A boolean is a code where the method explains it as one. */
@@ -41,12 +44,29 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             return "".equals(value) && !note().isEmpty() ? Status.NO : Status.DONE;
         }
         Meaning known = Meaning.of(method, code());
-        return known == null || known.status() == Status.DONE && isDenied() ? Status.FAILED : known.status();
+        return known == null || isDenied() ? Status.FAILED : known.status();
     }
 
     private boolean isDenied() {
-        String denial = method.command() == null ? "" : method.command().denial();
-        return !denial.isEmpty() && failures.stream().anyMatch(line -> line.contains(denial));
+        Meaning known = Meaning.of(method, code());
+        return known != null && known.status() == Status.DONE && denial() != null;
+    }
+
+    // What speaks against a success, or null: these methods answer it all the same.
+    private String denial() {
+        ConsoleCommand command = method.command();
+        if (command == null) {
+            return null;
+        }
+        boolean isEmpty = method.fillsList() && lists.stream().allMatch(List::isEmpty);
+        if (isEmpty && !command.empty().isEmpty()) {
+            return command.empty();
+        }
+        if (!command.denial().isEmpty() && failures.stream().anyMatch(line -> line.contains(command.denial()))) {
+            return "the log says that it failed";
+        }
+        return isUnseen ? "no new " + command.queues() + " is to be seen in " + InstallRoot.open().queue()
+                + ", and the log cannot tell whether the mail was queued" : null;
     }
 
     /** Prints the answer to the question {@code asked}. */
@@ -65,8 +85,10 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             Output.log(failures);
         } else {
             Meaning known = Meaning.of(method, code());
-            String next = known == null || known.cures().isEmpty() ? "do what the log says" : known.cures();
-            String denied = isDenied() ? ", but the log says that it failed" : "";
+            String next = known != null && !known.cures().isEmpty() ? known.cures() : !failures.isEmpty()
+                    ? "do what the log says" : "let the log tell: set ui in section log_level of vesk.ini to NORMAL, "
+                            + "see that its disk has room, and try again";
+            String denied = isDenied() ? ", but " + denial() : "";
             Output.error(asked, Meaning.describe(method, code()) + denied, failures,
                     next + " [log: " + InstallRoot.open().log() + "]");
         }
@@ -76,8 +98,9 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
 
     // What a success means here, in the method's own words.
     private String note() {
-        boolean isEmpty = method.fillsList() ? lists.stream().allMatch(List::isEmpty) : "".equals(value);
-        String note = method.command() == null ? "" : isEmpty ? method.command().empty() : method.command().done();
+        boolean isEmptyText = "".equals(value);
+        String note = method.command() == null ? ""
+                : isEmptyText ? method.command().empty() : method.command().done();
         return !note.isEmpty() ? ": " + note : failures.isEmpty() ? "" : ", but not all went well";
     }
 
@@ -109,6 +132,9 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             Meaning known = Meaning.of(method, code());
             map.put("name", known == null ? null : known.name());
             map.put("meaning", known == null ? null : known.text());
+            if (isDenied()) {
+                map.put("failed", denial());
+            }
         }
         if (method.fillsList()) {
             map.put("list", lists.stream().flatMap(List::stream).toList());

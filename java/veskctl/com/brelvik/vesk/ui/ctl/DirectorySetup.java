@@ -1,5 +1,6 @@
 package com.brelvik.vesk.ui.ctl;
 
+import com.brelvik.vesk.ui.modelobjects.AuthType;
 import com.brelvik.vesk.ui.modelobjects.LdapVendor;
 import java.io.IOException;
 import java.io.InputStream;
@@ -12,6 +13,7 @@ import java.util.Collection;
 import java.util.List;
 import java.util.Locale;
 import java.util.Map;
+import java.util.stream.Stream;
 
 /** What the settings and the options of a command say together about a directory. */
 final class DirectorySetup {
@@ -23,7 +25,7 @@ final class DirectorySetup {
     private final Path script;
     private final String host;
     private final String port;
-    private final boolean kerberos;
+    private final String auth;
 
     DirectorySetup(InstallRoot root, Map<String, String> texts) {
         String word = root.setting("LDAP", "security");
@@ -33,7 +35,7 @@ final class DirectorySetup {
         host = texts.get("host");
         port = texts.get("port");
         script = root.script(vendor(texts.get("vendor")));
-        kerberos = texts.get("auth").equalsIgnoreCase("kerberos") || texts.get("auth").equals("1");
+        auth = texts.get("auth");
     }
 
     private static LdapVendor vendor(String text) {
@@ -47,6 +49,12 @@ final class DirectorySetup {
 
     /** @throws Refusal when something is wrong that can be seen without the server */
     void check() {
+        if (host.isEmpty()) {
+            throw new Refusal(Status.REFUSED, "host: no server is named", "give its name or address");
+        }
+        if (Stream.of(AuthType.values()).noneMatch(this::isAuth)) {
+            throw new Refusal(Status.REFUSED, "auth: " + auth + " is unknown", "give simple or kerberos");
+        }
         if (!SECURITY.contains(security)) {
             throw new Refusal(Status.REFUSED, "security = " + security + " in section LDAP of vesk.ini is unknown",
                     "set it to " + String.join(", ", SECURITY));
@@ -83,18 +91,26 @@ final class DirectorySetup {
                 || security.equals("auto") && TLS_PORTS.contains(port);
     }
 
-    /** What may be wrong when the library did not get through TLS, or lost a connection without it. */
+    /** What may be wrong when the library did not get through TLS. */
     List<String> tlsClues() {
-        TlsProbe probe = new TlsProbe(host, Integer.parseInt(port), security.equals("starttls"));
-        if (hasTls()) {
-            return probe.clues(authorities());
-        }
-        return probe.look() ? List.of("the port speaks TLS: set security = ldaps in section LDAP of vesk.ini")
-                : List.of();
+        return probe().clues(authorities());
+    }
+
+    /** Whether the port speaks TLS and the library would not. */
+    boolean lacksTls() {
+        return !hasTls() && probe().look();
+    }
+
+    private TlsProbe probe() {
+        return new TlsProbe(host, Integer.parseInt(port), security.equals("starttls"));
     }
 
     boolean isKerberos() {
-        return kerberos;
+        return isAuth(AuthType.KERBEROS);
+    }
+
+    private boolean isAuth(AuthType type) {
+        return auth.equalsIgnoreCase(type.name()) || auth.equals(Integer.toString(type.code()));
     }
 
     Path script() {

@@ -5,7 +5,10 @@ import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.security.GeneralSecurityException;
+import java.security.MessageDigest;
 import java.util.ArrayList;
+import java.util.HexFormat;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
@@ -147,18 +150,27 @@ final class Doctor implements Callable<Integer> {
     }
 
     private void texts(Path sums) {
-        if (Files.isReadable(sums)) {
+        List<String> wrong = linesOf(sums).map(line -> line.split(" +\\*?", 2)).filter(line -> line.length < 2
+                || !line[0].equals(sha256(sums.resolveSibling(line[1])))).map(line -> line[line.length - 1]).toList();
+        if (Files.isReadable(sums) && wrong.isEmpty()) {
             good("texts", sums.getParent().toString());
         } else {
-            bad(Status.DONE, "texts", sums + " cannot be read, so notifications are in English",
-                    "install the folder again");
+            bad(Status.DONE, "texts", wrong.isEmpty() ? sums + " cannot be read, so notifications are in English"
+                    : sums + " is not the sum of " + String.join(", ", wrong), "install the folder again");
+        }
+    }
+
+    private static String sha256(Path file) {
+        try {
+            return HexFormat.of().formatHex(MessageDigest.getInstance("SHA-256").digest(Files.readAllBytes(file)));
+        } catch (IOException | GeneralSecurityException e) {
+            return "";
         }
     }
 
     // Only who has an administrator to tell needs it.
     private void queue(InstallRoot root) {
-        String set = root.setting("general", "queue_notify");
-        String folder = set.isEmpty() ? "/tmp/queue/notify" : set;
+        String folder = root.queue();
         Path path = RawProcess.path(folder);
         if (root.setting("General-Notification", "Administrator").isEmpty()) {
             good("queue", folder + ", not used: no Administrator is set in section General-Notification");

@@ -6,6 +6,8 @@ import java.util.List;
 import java.util.Map;
 import java.util.concurrent.Callable;
 import java.util.stream.Collectors;
+import javax.naming.InvalidNameException;
+import javax.naming.ldap.LdapName;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Model.OptionSpec;
 
@@ -123,8 +125,9 @@ final class Explain implements Callable<Integer> {
         String account = (user.isEmpty() ? "anonymous" : user) + (setup.isKerberos() ? ", Kerberos" : ", simple");
         if (answer.code() != 0 && answer.code() != 208) {
             boolean lost = answer.failures().stream().anyMatch(line -> line.contains(": connection lost"));
-            return fail(failedStep(answer, "bind"), account, answer, start, lost && !setup.hasTls()
-                    ? setup.tlsClues() : List.of());
+            return lost && setup.lacksTls() ? fail("bind", account, answer, start, List.of("the port speaks TLS"),
+                    "set security = ldaps in section LDAP of vesk.ini")
+                    : fail(failedStep(answer, "bind"), account, answer, start, List.of());
         }
         steps.passed("bind", account, since(start));
         List<String> script = answer.failures().stream().filter(line -> line.startsWith("directory: script ")).toList();
@@ -155,12 +158,13 @@ final class Explain implements Callable<Integer> {
         long start = System.nanoTime();
         Answer answer = ask("LdapJNI.isAccountExist", Map.of("ACCOUNT", name));
         return answer.code() == 0 ? steps.passed("user", name, since(start))
-                : fail("user", name, answer, start, answer.code() == 202 ? similar(name, "false") : List.of());
+                : fail("user", name, answer, start, answer.code() == 202 ? similar(users(beginning(name)))
+                        : List.of());
     }
 
     private boolean group(String name) {
         long start = System.nanoTime();
-        Answer answer = ask("LdapJNI.searchLDAPUTF8", Map.of("TEXT", name, "groups-only", "true"));
+        Answer answer = search(name, "true");
         if (answer.code() != 0) {
             return fail("group", name, answer, start, List.of());
         }
@@ -168,29 +172,67 @@ final class Explain implements Callable<Integer> {
             return steps.passed("group", name, since(start));
         }
         List<String> why = new ArrayList<>(List.of("no group of that name below the base DN"));
-        why.addAll(similar(name, "true"));
+        why.addAll(similar(names(search(beginning(name), "true"))));
         return steps.failed(Status.NO, "group", name, since(start), why, "check name, base DN and vendor");
     }
 
     private boolean member(String user, String group) {
         long start = System.nanoTime();
-        // Groups know users by their names, which need not be what they log in with.
-        List<String> names = names(ask("LdapJNI.searchLDAPUTF8", Map.of("TEXT", user)));
-        String name = names.size() == 1 ? names.get(0) : user;
-        String asked = name + " in " + group;
+        String found = nameOf(user);
+        String name = found == null ? user : found;
+        String asked = name + (name.equals(user) ? "" : " (" + user + ")") + " in " + group;
         Answer answer = ask("LdapJNI.isLDAPGroupContainAnotherUTF8", Map.of("MEMBER", name, "GROUP", group));
+        if (found == null && answer.code() == 204) {
+            return steps.doubtful("member", asked, "no search gives just one user for this login name",
+                    "give the user's name as the lists show it");
+        }
         return answer.code() == 0 ? steps.passed("member", asked, since(start))
                 : fail("member", asked, answer, start, List.of());
     }
 
+    // Groups know users by their names, which need not be what they log in with. Null when it is not clear.
+    private String nameOf(String login) {
+        for (String form : forms(login)) {
+            List<String> names = users(form);
+            if (names.size() == 1 || names.contains(form)) {
+                return names.size() == 1 ? names.get(0) : form;
+            }
+        }
+        return null;
+    }
+
+    // Searches do not look at all that a user may log in with: DOMAIN\name, name@REALM, a DN.
+    private static List<String> forms(String login) {
+        List<String> forms = new ArrayList<>(List.of(login));
+        try {
+            LdapName dn = new LdapName(login);
+            forms.add(String.valueOf(dn.getRdn(dn.size() - 1).getValue()));
+        } catch (InvalidNameException e) {
+            forms.add(login.substring(login.lastIndexOf('\\') + 1));
+            forms.add(login.replaceFirst("@.*", ""));
+        }
+        return forms;
+    }
+
+    private static String beginning(String name) {
+        return name.codePoints().limit(BEGINNING).mapToObj(Character::toString).collect(Collectors.joining()) + "*";
+    }
+
     // What the directory has instead of a name that it does not have.
-    private List<String> similar(String name, String groupsOnly) {
-        String part = name.codePoints().limit(BEGINNING).mapToObj(Character::toString).collect(Collectors.joining());
-        Answer found = ask("LdapJNI.searchLDAPUTF8", Map.of("TEXT", part + "*", "groups-only", groupsOnly));
-        List<String> names = names(found);
+    private static List<String> similar(List<String> names) {
         String shown = names.stream().limit(SHOWN).collect(Collectors.joining(", "));
-        return found.code() != 0 || names.isEmpty() ? List.of()
+        return names.isEmpty() ? List.of()
                 : List.of("names that begin like it: " + shown + (names.size() > SHOWN ? ", ..." : ""));
+    }
+
+    // A search lists the groups behind the users.
+    private List<String> users(String text) {
+        List<String> all = names(search(text, "false"));
+        return all.subList(0, Math.max(0, all.size() - names(search(text, "true")).size()));
+    }
+
+    private Answer search(String text, String groupsOnly) {
+        return ask("LdapJNI.searchLDAPUTF8", Map.of("TEXT", text, "groups-only", groupsOnly));
     }
 
     private static List<String> names(Answer answer) {
@@ -211,6 +253,11 @@ final class Explain implements Callable<Integer> {
     }
 
     private boolean fail(String step, String asked, Answer answer, long start, List<String> clues) {
+        return fail(step, asked, answer, start, clues, null);
+    }
+
+    /** @param cure what is to be done, if that is known better than the library can */
+    private boolean fail(String step, String asked, Answer answer, long start, List<String> clues, String cure) {
         Meaning meaning = Meaning.of(answer.method(), answer.code());
         List<Steps.Logged> logged = answer.failures().stream().map(Steps.Logged::of).toList();
         List<String> why = new ArrayList<>();
@@ -221,7 +268,7 @@ final class Explain implements Callable<Integer> {
         why.addAll(clues);
         Steps.Logged last = logged.isEmpty() ? null : logged.get(logged.size() - 1);
         String cures = HINTS.getOrDefault(step, meaning == null ? "read the log" : meaning.cures());
-        String next = last != null && last.hint() != null ? last.hint() : cures;
+        String next = cure != null ? cure : last != null && last.hint() != null ? last.hint() : cures;
         Long ms = last == null || last.ms() == null ? since(start) : last.ms();
         return steps.failed(answer.status(), step, asked, ms, why, next);
     }

@@ -54,6 +54,12 @@ record InstallRoot(Path path, Map<String, String> settings) {
         return file.startsWith("/") ? file : path + "/" + file;
     }
 
+    /** The folder that notifications are queued in. */
+    String queue() {
+        String folder = setting("general", "queue_notify");
+        return folder.isEmpty() ? "/tmp/queue/notify" : folder;
+    }
+
     /** The level that the console's log has; the beginning of a name is enough for the library. */
     String logLevel() {
         String ui = setting("log_level", "ui");

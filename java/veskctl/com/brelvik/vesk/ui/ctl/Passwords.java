@@ -37,8 +37,9 @@ final class Passwords {
         try {
             return new String(Files.readAllBytes(file), StandardCharsets.UTF_8).split("\r?\n", 2)[0];
         } catch (IOException e) {
+            boolean isThere = Files.exists(file) && !Files.isDirectory(file);
             throw new Refusal(Status.REFUSED, "password file " + file + " cannot be read",
-                    Files.exists(file) ? "give this account the right to read it" : "check the file's name");
+                    isThere ? "give this account the right to read it" : "check the file's name");
         }
     }
 }

@@ -5,6 +5,7 @@ import java.io.IOException;
 import java.net.InetAddress;
 import java.net.InetSocketAddress;
 import java.net.Socket;
+import java.net.SocketTimeoutException;
 import java.net.UnknownHostException;
 import java.nio.charset.StandardCharsets;
 import java.security.GeneralSecurityException;
@@ -36,6 +37,7 @@ final class TlsProbe {
     private final boolean startTls;
     private final List<X509Certificate> chain = new ArrayList<>();
     private String refusal = "";
+    private boolean isSilent;
 
     TlsProbe(String host, int port, boolean startTls) {
         this.host = host;
@@ -62,13 +64,16 @@ final class TlsProbe {
             boolean isNone = e.getCause() instanceof EOFException || e.getMessage().contains("unrecognized");
             refusal = isNone ? "" : e.getMessage();
         } catch (IOException | GeneralSecurityException e) {
-            return !chain.isEmpty();
+            isSilent = e instanceof SocketTimeoutException;
         }
         return !chain.isEmpty() || !refusal.isEmpty();
     }
 
     List<String> clues(Collection<? extends Certificate> trusted) {
-        if (!look()) {
+        if (!look() && isSilent) {
+            return List.of("the server takes the connection, but it does not answer");
+        }
+        if (chain.isEmpty() && refusal.isEmpty()) {
             return List.of("no TLS is spoken at this port" + (startTls ? " after StartTLS" : "; maybe with StartTLS"));
         }
         if (chain.isEmpty()) {
@@ -85,22 +90,29 @@ final class TlsProbe {
             clues.add("ca_file holds no authority that signed it");
         }
         if (!names.isEmpty() && names.stream().noneMatch(this::fits)) {
-            clues.add("it does not name " + host);
+            clues.add("it does not name " + (isLocalhost() ? wanted()
+                    + ": the library takes localhost for the machine's own name" : host));
         }
         return clues;
     }
 
     private boolean fits(String name) {
-        String wanted = host.contains(":") ? address() : host.toLowerCase(Locale.ROOT);
+        String wanted = wanted().toLowerCase(Locale.ROOT);
         String given = name.toLowerCase(Locale.ROOT);
-        return given.equals(wanted) || given.startsWith("*.") && wanted.contains(".")
+        boolean isFuller = isLocalhost() && given.startsWith(wanted + ".");
+        return given.equals(wanted) || isFuller || given.startsWith("*.") && wanted.contains(".")
                 && given.substring(1).equals(wanted.substring(wanted.indexOf('.')));
     }
 
-    // In the spelling of the certificate's.
-    private String address() {
+    private boolean isLocalhost() {
+        return host.equalsIgnoreCase("localhost");
+    }
+
+    // As the library compares it, an address in the spelling of the certificate's.
+    private String wanted() {
         try {
-            return InetAddress.getByName(host).getHostAddress();
+            return isLocalhost() ? InetAddress.getLocalHost().getHostName()
+                    : host.contains(":") ? InetAddress.getByName(host).getHostAddress() : host;
         } catch (UnknownHostException e) {
             return host;
         }

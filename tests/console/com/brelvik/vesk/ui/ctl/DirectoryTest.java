@@ -97,11 +97,15 @@ class DirectoryTest {
             security = ldaps; ca_file = /none |                                   | 3 | settings | /none is missing
             security = ldaps; ca_file = CA   |                                   | 4 | TLS      | no TLS is spoken
             security = starttls; ca_file = xCA |                                   | 4 | TLS      | ca_file holds no
+            security = starttls; ca_file = CA | --host localhost                  | 4 | TLS      | machine's own name'
+                                             | --host=                           | 3 | settings | no server is named
+                                             | --auth 7                          | 3 | settings | 7 is unknown
                                              | --host no.such.host.invalid       | 4 | resolve  | resolve failed
                                              | --port 1                          | 4 | connect  | refused
                                              | --bind-user cn=admin,dc=example   | 4 | bind     | credentials
                                              | --base-dn ou=x,dc=example,dc=com  | 1 | base     | dc=com exists
-                                             | --user anna                       | 1 | user     | like it: ann
+                                             | --user sale                       | 1 | user     | like it: sales'
+                      | --user uid=ann,ou=people,dc=example,dc=com --group world | 0 |          | null
                                              | --group ring-d                    | 1 | group    | ring-a, ring-b
                                              | --user ann --group ring-a         | 1 | member   | 204
             """)

@@ -57,6 +57,12 @@ public @interface ConsoleCommand {
     /** Whether the path of the install root takes some of that {@link #room}. */
     boolean homeTakesRoom() default false;
 
-    /** What it means when the list, or the text that is the answer, stays empty. */
+    /** The files that a success leaves in the queue of notifications, as a glob; empty where it leaves none. */
+    String queues() default "";
+
+    /**
+     * What has failed when the list stays empty, or why the answer is no when it is the empty text; empty where there
+     * is no more to it.
+     */
     String empty() default "";
 }

@@ -21,7 +21,7 @@ public final class KerberosJNI {
      *     class or 511 method not found
      */
     @ConsoleCommand(group = "kerberos", name = "spn", help = "Show the service principal of a keytab file.",
-            codes = {0, 500, 508, 510, 511}, empty = "there is no service principal in it")
+            codes = {0, 500, 508, 510, 511}, empty = "the file gives no service principal")
     public native int getSpnFromKeytab(
             @Arg(name = "FILE", help = "Keytab file", from = Arg.Source.POSITION) String keytabPath,
             ArrayList<String> resultList);

@@ -229,7 +229,7 @@ public final class LdapJNI {
     @ConsoleCommand(group = "directory", name = "notify-sync-failure",
             help = "Queue the mail about a failed cache synchronisation.", codes = 0,
             done = "the mail is queued in the folder that queue_notify names",
-            denial = "Could not construct the notification mail",
+            denial = "Could not construct the notification mail", queues = "ldapcachesync_*.AF",
             own = @OwnCode(code = -1, name = "NO_ADMINISTRATOR", kind = ResultCode.Kind.REFUSED,
                     meaning = "no administrator address is set, so nobody can be told",
                     cures = "set Administrator in section General-Notification of vesk.ini"))
