@@ -209,6 +209,26 @@ bool sameFile(std::FILE* one, std::FILE* other) {
          S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+void writeRules(std::FILE* in, std::FILE* out) {
+  char line[LINE_SIZE];
+  Rule rule;
+  while (ferror_unlocked(out) == 0 && fgets_unlocked(line, sizeof line, in) != nullptr) {
+    if (parseRule(line, rule)) writeRule(rule, out);
+  }
+}
+
+// A table that is cut off would look whole to Postfix. `out` is null when it is closed already.
+void dropTable(const File& out, const char* path) {
+  int emptied = 0;
+  if (out == nullptr) {
+    emptied = truncate(path, 0);
+  } else {
+    __fpurge(out.get());
+    emptied = ftruncate(fileno(out.get()), 0);
+  }
+  if (emptied != 0) fail("empty", path);
+}
+
 // Not emptied yet.
 File openForWriting(const char* path) {
   const int descriptor = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
@@ -244,20 +264,16 @@ bool writeRestrictionFile(const char* input, const char* output) {
   if (ftruncate(fileno(out.get()), 0) != 0 && errno != EINVAL) return fail("empty", output);
   std::setvbuf(in.get(), buffers.get(), _IOFBF, BLOCK_SIZE);
   std::setvbuf(out.get(), buffers.get() + BLOCK_SIZE, _IOFBF, BLOCK_SIZE);
-  char line[LINE_SIZE];
-  Rule rule;
-  while (ferror_unlocked(out.get()) == 0 &&
-         fgets_unlocked(line, sizeof line, in.get()) != nullptr) {
-    if (parseRule(line, rule)) writeRule(rule, out.get());
+  writeRules(in.get(), out.get());
+  if (ferror_unlocked(in.get()) != 0) {
+    fail("read", input);
+  } else if (std::fflush(out.get()) != 0 || ferror_unlocked(out.get()) != 0) {
+    fail("write", output);
+  } else if (std::fclose(out.release()) == 0) {
+    return true;
+  } else {
+    fail("write", output);
   }
-  const bool read = ferror_unlocked(in.get()) == 0;
-  const int error = errno;
-  const bool written = std::fflush(out.get()) == 0 && ferror_unlocked(out.get()) == 0;
-  if (!written || !read) __fpurge(out.get());
-  if (std::fclose(out.release()) == 0 && written && read) return true;
-  if (!read) errno = error;
-  fail(read ? "write" : "read", read ? output : input);
-  // A table that is cut off would look whole to Postfix.
-  static_cast<void>(truncate(output, 0));
+  dropTable(out, output);
   return false;
 }
