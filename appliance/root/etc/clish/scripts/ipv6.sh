@@ -17,5 +17,5 @@ case $* in
   *) die 2 'usage: ipv6.sh enable|disable' ;;
 esac
 network=/etc/sysconfig/network
-lock "$network" 10 || die 5 "$network is being changed by another"
+lock "$network" 10 5 4
 set_keys "$network" NETWORKING_IPV6 "$wanted"

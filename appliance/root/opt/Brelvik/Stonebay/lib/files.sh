@@ -14,11 +14,21 @@ die() {
   exit "$code"
 }
 
-# lock FILE SECONDS: the lock FILE.lock until the script ends, since FILE itself is replaced. Children
-# that outlive the script must close descriptor 9.
+# lock FILE SECONDS BUSY FAILED: the lock FILE.lock until the script ends, since FILE itself is replaced.
+# Ends the script with code BUSY if another holds it all the time, with FAILED if it cannot be made.
+# Children that outlive the script must close descriptor 9.
 lock() {
-  { exec 9>"$1.lock"; } 2>/dev/null || return 1
-  flock -w "$2" 9
+  # exec by itself would end the shell without a word.
+  { command exec 9>>"$1.lock"; } 2>/dev/null || die "$4" "$1.lock cannot be made"
+  flock -w "$2" 9 || die "$3" "$1 is being changed by another"
+}
+
+# same_owner FILE AS: FILE gets the owner that AS has. One that this namespace does not know cannot be given.
+same_owner() {
+  case $(stat -c %u:%g -- "$2") in
+    "$(stat -c %u:%g -- "$1")" | "$(cat /proc/sys/kernel/overflowuid)":*) ;;
+    *) chown --reference="$2" -- "$1" ;;
+  esac
 }
 
 # replace FILE: standard input becomes its content, its mode and owner stay. A kill at any moment
@@ -29,12 +39,7 @@ replace() (
   trap 'rm -f -- "$new"' EXIT
   { rm -f -- "$new" && cat >"$new"; } || exit 1
   if [ -e "$1" ]; then
-    chmod --reference="$1" -- "$new" || exit 1
-    # An owner that this namespace does not know cannot be given.
-    case $(stat -c %u:%g -- "$1") in
-      "$(stat -c %u:%g -- "$new")" | "$(cat /proc/sys/kernel/overflowuid)":*) ;;
-      *) chown --reference="$1" -- "$new" || exit 1 ;;
-    esac
+    { chmod --reference="$1" -- "$new" && same_owner "$new" "$1"; } || exit 1
   else
     chmod 644 -- "$new" || exit 1
   fi

@@ -75,7 +75,7 @@ interface() {
 # set_interface NAME KEY VALUE [KEY VALUE]...: in its file, which is made if there is none.
 set_interface() {
   file=/etc/sysconfig/network-scripts/ifcfg-$1
-  lock "${file%/*}/.interfaces" 10 || die 5 "$file is being changed by another"
+  lock "${file%/*}/.interfaces" 10 5 4
   if [ ! -e "$file" ]; then
     printf 'DEVICE=%s\nONBOOT=yes\nBOOTPROTO=static\n' "$1" | replace "$file" ||
       die 4 "$file cannot be written"

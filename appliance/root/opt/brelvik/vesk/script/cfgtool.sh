@@ -15,7 +15,7 @@
 #             7 the network could not be put in force; what was before is in force again
 #             8 the parent's database does not answer or refuses us  9 it is no configuration database
 #             10 the parent's version does not fit
-# files: /etc/conf/stb.conf; see network.sh and parent.sh for the others
+# files: /etc/conf/stb.conf; /run/vesk/{network,register}.lock; see network.sh and parent.sh for the others
 set -u
 export LC_ALL=C
 home=$(dirname "$(dirname "$(readlink -f "$0")")")
@@ -35,14 +35,20 @@ glcfg() {
 
 # get VARIABLE SECTION KEY [FALLBACK]: without a fallback it must be there, if only with an empty value.
 get() {
-  local got
-  if got=$(glcfg val "$2" "$3" 2>/dev/null); then
-    printf -v "$1" %s "$got"
-  elif (($# > 3)); then
-    printf -v "$1" %s "$4"
-  else
-    die 3 "section $2 of /etc/conf/stb.conf has no $3"
-  fi
+  local got status=0
+  got=$(glcfg val "$2" "$3" 2>/dev/null) || status=$?
+  case $status/$# in
+    0/*) printf -v "$1" %s "$got" ;;
+    1/4) printf -v "$1" %s "$4" ;;
+    1/*) die 3 "section $2 of /etc/conf/stb.conf has no $3" ;;
+    *) die 3 "/etc/conf/stb.conf cannot be read" ;;
+  esac
+}
+
+# only_one NAME: of all calls at a time. The folder is ours alone: nobody can put a link in it.
+only_one() {
+  (umask 022 && mkdir -p /run/vesk) || die 4 '/run/vesk cannot be made'
+  lock "/run/vesk/$1" 30 5 4
 }
 
 show_database() {

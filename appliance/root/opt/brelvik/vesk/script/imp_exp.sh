@@ -15,10 +15,11 @@
 #
 # exit codes: 0 done  1 failed, see the message  2 wrong call  3 FILE cannot be read, or nothing to undo
 #             4 FILE is damaged, or not one of these  5 a file cannot be written  6 another one runs
-# files: below the install root config/ and data/{import,import.new,undo.MODE.tar.gz,imp_exp.lock};
-#        those that system_files names; FILE.new, which becomes FILE
+# files: below the install root config/ and data/{import,import.new,export.new,undo.MODE.tar.gz,imp_exp.lock};
+#        those that system_files names, with the locks of their tools; NAME.import.new, which becomes
+#        NAME; FILE.XXXXXX, which becomes FILE
 # shellcheck disable=SC2015  # die does not come back
-set -u
+set -u -o pipefail
 export LC_ALL=C
 umask 077
 # shellcheck source=appliance/root/opt/Brelvik/Stonebay/lib/files.sh
@@ -27,11 +28,15 @@ umask 077
 home=$(dirname "$(dirname "$(readlink -f "$0")")")
 readonly home data=$home/data
 readonly form='vesk-configuration 1'
-readonly most_files=10000 most_bytes=268435456 most_packed=67108864
+readonly most_files=10000 most_list=4194304 most_bytes=268435456 most_packed=67108864
 
+# Lists are kept in files of data: one that is too long for a variable, or finds no room, must not look
+# like a short one.
 system_files() {
-  (cd / && find etc/conf/stb.conf etc/postfix/main.cf etc/sysconfig/network -type f 2>/dev/null
-    find etc/sysconfig/network-scripts -maxdepth 1 -type f -name 'ifcfg-*' ! -name '*.new' 2>/dev/null)
+  local file
+  for file in /etc/conf/stb.conf /etc/postfix/main.cf /etc/sysconfig/network{,-scripts/ifcfg-*}; do
+    [[ ! -f $file || -L $file || $file == *.@(lock|new) ]] || printf '%s\n' "${file#/}" || return
+  done
 }
 
 # Not temporary files; one that is no plain file is named as well, and refused later.
@@ -39,10 +44,12 @@ config_files() {
   (cd "$home" && find config ! -type d ! -name '*.lock' ! -name '*.new')
 }
 
-# good_names NAMES: each can be printed, split at blanks, and joined to a folder without leaving it.
+# good_names LIST: each can be printed, split at blanks, and joined to a folder without leaving it.
 good_names() {
-  ! grep -qvE '^(config/[A-Za-z0-9._@+/-]+|etc/conf/stb\.conf|etc/postfix/main\.cf|etc/sysconfig/network|etc/sysconfig/network-scripts/ifcfg-[A-Za-z0-9_.-]+)$' <<<"$1" &&
-    ! grep -qE '(^|/)\.{0,2}(/|$)|\.(new|lock)$' <<<"$1" && [[ -z $(sort <<<"$1" | uniq -d) ]]
+  awk '
+    !/^(config\/[A-Za-z0-9._@+\/-]+|etc\/conf\/stb\.conf|etc\/postfix\/main\.cf|etc\/sysconfig\/network|etc\/sysconfig\/network-scripts\/ifcfg-[A-Za-z0-9_.-]+)$/ ||
+      /(^|\/)\.?\.?(\/|$)|\.(new|lock)$/ || seen[$0]++ { bad = 1 }
+    END { exit bad || !NR }' "$1"
 }
 
 # Where a file of an archive belongs.
@@ -53,58 +60,75 @@ place() {
   esac
 }
 
-# pack FOLDER FILE: copies the present state to FOLDER, and from there into FILE.
+full() {
+  die 5 "$data cannot be written; nothing was changed"
+}
+
+# pack FOLDER FILE: copies the present state to the new FOLDER, and from there into FILE.
 pack() {
-  local names name
-  names=$(config_files && system_files) || die 1 "$home/config cannot be read"
+  local names=$1.names name
+  mkdir -p "$1" || full
+  [[ -d $home/config && -r $home/config ]] || die 1 "$home/config cannot be read"
+  { config_files && system_files; } >"$names" || full
   good_names "$names" || die 1 'a file in config has a name that cannot be exported'
   while IFS= read -r name; do
     [[ -f $(place "$name") && ! -L $(place "$name") ]] || die 1 "$name is not a plain file"
-    mkdir -p "$1/${name%/*}" || die 5 "$1 cannot be written"
-    cp --preserve=mode,timestamps -- "$(place "$name")" "$1/$name" || die 1 "$name cannot be copied"
-  done <<<"$names"
+    mkdir -p "$1/${name%/*}" &&
+      cp --preserve=mode,timestamps -- "$(place "$name")" "$1/$name" || die 5 "$name cannot be copied to $data"
+  done <"$names" || full
   {
-    printf '%s %s\n' "$form" "$(cat "$home/version")"
-    (cd "$1" && xargs -d '\n' sha256sum -- <<<"$names")
-  } >"$1/MANIFEST" || die 1 'the sums cannot be made'
+    printf '%s %s\n' "$form" "$(cat "$home/version")" &&
+      (cd "$1" && xargs -d '\n' sha256sum -- <"$names")
+  } >"$1/MANIFEST" || full
   touch -d @0 "$1/MANIFEST" # the same state gives the same file
-  printf 'MANIFEST\n%s\n' "$names" |
-    tar -C "$1" --owner=0 --group=0 --numeric-owner -T - -czf "$2" && sync -- "$2" ||
-    die 5 "$2 cannot be written"
+  sed '1i MANIFEST' "$names" |
+    tar -C "$1" --owner=0 --group=0 --numeric-owner -T - -czf "$2" && sync -- "$2" || full
 }
 
-# The temporary folder lies where the next call clears it away, should this one be killed.
+# The temporary name is nobody's, and none that another could guess and take.
 export_to() {
+  partial=
   [[ ! -d $1 && -d $(dirname -- "$1") ]] || die 5 "$1 cannot be written"
-  partial=$1.new
-  trap 'rm -rf -- "$partial" "$data/export.new"' EXIT
-  rm -f -- "$1.new" && mkdir "$data/export.new" || die 5 "$1 cannot be written"
-  pack "$data/export.new" "$1.new"
-  mv -fT -- "$1.new" "$1" && sync -- "$(dirname -- "$1")" || die 5 "$1 cannot be written"
+  pack "$data/export.new/files" "$data/export.new/archive"
+  trap 'rm -rf -- "$data/export.new"; [[ -z $partial ]] || rm -f -- "$partial"' EXIT
+  partial=$(mktemp -- "$1.XXXXXX") && cat "$data/export.new/archive" >"$partial" && sync -- "$partial" &&
+    mv -fT -- "$partial" "$1" && partial='' && sync -- "$(dirname -- "$1")" || die 5 "$1 cannot be written"
 }
 
 refuse() {
   die 4 "the file is refused: $1; nothing was changed"
 }
 
-# verified ARCHIVE FOLDER: unpacks into the empty FOLDER, once the list of contents is a good one.
-verified() {
-  local list names
-  # The list of an archive that unpacks to without end is cut, and refused for its length.
-  list=$(tar --numeric-owner --quoting-style=escape -tvzf "$1" 2>/dev/null | head -n $((most_files + 1)))
+# What an archive unpacks to, but no more and no longer than a good one.
+unpacked() {
+  timeout 60 gzip -dc -- "$1" 2>/dev/null | head -c $((most_bytes + 67108864))
+}
+
+# listed ARCHIVE LIST: what is cut is not whole, and so refused.
+listed() {
+  local status
+  unpacked "$1" | timeout 60 tar --numeric-owner --quoting-style=escape -tvf - 2>/dev/null | head -c $most_list >"$2"
+  status=("${PIPESTATUS[@]}")
+  ((status[2] == 0)) || full
+  ((status[0] == 0 && status[1] == 0)) || refuse 'it is damaged, or holds too much'
   awk -v files=$most_files -v bytes=$most_bytes '
     NF != 6 || $1 !~ /^-[r-][w-][x-][r-][w-][x-][r-][w-][x-]$/ { bad = 1 }
     { sum += $3 }
-    END { exit bad || NR < 2 || NR > files || sum > bytes }' <<<"$list" ||
+    END { exit bad || NR < 2 || NR > files || sum > bytes }' "$2" ||
     refuse 'it holds something else than plain files, or too much'
-  names=$(awk '{ print $6 }' <<<"$list")
-  [[ $(head -n 1 <<<"$names") == MANIFEST ]] || refuse 'it is none of ours'
-  names=$(tail -n +2 <<<"$names")
+}
+
+# verified ARCHIVE FOLDER: unpacks into the empty FOLDER, once the list of contents, which is then in
+# FOLDER.names, is a good one.
+verified() {
+  local names=$2.names
+  listed "$1" "$2.list"
+  [[ $(awk 'NR == 1 { print $6 }' "$2.list") == MANIFEST ]] || refuse 'it is none of ours'
+  awk 'NR > 1 { print $6 }' "$2.list" | sort >"$names" || full
   good_names "$names" || refuse 'it holds files that are no part of the configuration'
-  tar -C "$2" --no-same-owner -pxzf "$1" 2>/dev/null || refuse 'it is damaged'
+  unpacked "$1" | tar -C "$2" --no-same-owner -pxf - 2>/dev/null || full
   [[ $(head -n 1 "$2/MANIFEST") == "$form "* ]] || refuse 'it is none of ours, or of a newer form'
-  [[ $(tail -n +2 "$2/MANIFEST" | cut -c 67- | sort) == "$(sort <<<"$names")" ]] ||
-    refuse 'its list of contents is wrong'
+  tail -n +2 "$2/MANIFEST" | cut -c 67- | sort | cmp -s - "$names" || refuse 'its list of contents is wrong'
   (cd "$2" && tail -n +2 MANIFEST | sha256sum --strict --status -c -) || refuse 'a sum does not match'
   [[ -f $2/config/vesk.ini && -f $2/etc/conf/stb.conf ]] || refuse 'it is not complete'
 }
@@ -114,48 +138,64 @@ import_from() {
   local new=$data/import.new
   [[ -f $1 && -r $1 ]] || die 3 "$1 cannot be read"
   (($(stat -Lc %s -- "$1") <= most_packed)) || refuse 'it is too large'
-  mkdir -p "$new/files" "$new/old" && cp -- "$1" "$new/archive" || die 5 "$data cannot be written"
+  mkdir -p "$new/files" && cp -- "$1" "$new/archive" || full
   verified "$new/archive" "$new/files"
-  if [[ $2 == policy ]]; then rm -r "$new/files/etc"; fi
-  rm -r "$new/files/MANIFEST" "$new/archive"
+  if [[ $2 == policy ]]; then
+    rm -r "$new/files/etc" && sed -i '/^etc\//d' "$new/files.names" || full
+  fi
+  rm -r "$new/files/MANIFEST" "$new/archive" && mv "$new/files.names" "$new/names" || full
   pack "$new/old" "$new/undo.tar.gz"
-  rm -r "$new/old"
-  printf '%s\n' "$2" >"$new/mode" && sync -f "$new" && mv -T "$new" "$data/import" ||
-    die 5 "$data cannot be written"
+  rm -r "$new/old" && printf '%s\n' "$2" >"$new/mode" && sync -f "$new" && mv -T "$new" "$data/import" || full
   finish
 }
 
-# put NAME: from the verified ones to its place.
-put() {
-  local target
-  target=$(place "$1")
-  cmp -s "$data/import/files/$1" "$target" && return
-  (umask 022 && mkdir -p "${target%/*}") &&
-    cp --preserve=mode,timestamps -- "$data/import/files/$1" "$target.new" &&
-    sync -- "$target.new" && mv -fT -- "$target.new" "$target"
+unfinished() {
+  die 5 "$1; imp_exp.sh -r goes on"
 }
 
-# Not in the archive: away with it, and with the folders that it leaves empty.
+# alone NAME COMMAND...: runs it while none of the tools changes the file NAME.
+alone() {
+  local target
+  target=$(place "$1")
+  (umask 022 && mkdir -p "${target%/*}") || return
+  case $1 in
+    */ifcfg-*) (lock "${target%/*}/.interfaces" 10 5 5 && "${@:2}") ;;
+    etc/conf/* | etc/sysconfig/*) (lock "$target" 10 5 5 && "${@:2}") ;;
+    *) "${@:2}" ;; # no tool changes these
+  esac
+}
+
+# put FILE TARGET: from the verified ones to its place.
+put() (
+  cmp -s "$1" "$2" && return
+  trap 'rm -f -- "$2.import.new"' EXIT
+  cp --preserve=mode,timestamps -- "$1" "$2.import.new" &&
+    { [[ ! -e $2 ]] || same_owner "$2.import.new" "$2"; } &&
+    sync -- "$2.import.new" && mv -fT -- "$2.import.new" "$2"
+)
+
+# remove_others MODE: what is not in the archive goes, and the folders that it leaves empty. A list
+# that is not whole would make that everything.
 remove_others() {
-  local name
+  local name now=$data/import
+  [[ -r $now/names ]] && grep -qxF config/vesk.ini "$now/names" || die 5 "$now/names cannot be read"
+  { config_files && if [[ $1 == full ]]; then system_files; fi; } >"$now/present" || unfinished "$now cannot be written"
+  grep -vxF -f "$now/names" "$now/present" >"$now/others"
+  (($? < 2)) || unfinished "$now cannot be written"
   while IFS= read -r name; do
-    grep -qxF -- "$name" <<<"$1" || rm -f -- "$(place "$name")"
-  done < <(
-    config_files
-    if [[ $2 == full ]]; then system_files; fi
-  )
-  find "$home/config" -mindepth 1 -type d -empty -delete
+    alone "$name" rm -f -- "$(place "$name")" || unfinished "$name cannot be removed"
+  done <"$now/others" || unfinished "$now/others cannot be read"
+  find "$home/config" -mindepth 1 -type d -empty -delete || unfinished "an empty folder of $home/config cannot be removed"
 }
 
 # Can be cut short and begun again at any point.
 finish() {
-  local name mode wanted
-  mode=$(cat "$data/import/mode")
-  wanted=$(cd "$data/import/files" && find config etc -type f 2>/dev/null)
-  remove_others "$wanted" "$mode"
+  local name mode
+  mode=$(cat "$data/import/mode") || unfinished "$data/import/mode cannot be read"
+  remove_others "$mode"
   while IFS= read -r name; do
-    put "$name" || die 5 "$name cannot be written; imp_exp.sh -r goes on"
-  done <<<"$wanted"
+    alone "$name" put "$data/import/files/$name" "$(place "$name")" || unfinished "$name cannot be written"
+  done <"$data/import/names" || unfinished "$data/import/names cannot be read"
   if [[ -f $data/import/undo.tar.gz ]]; then
     rm -f "$data"/undo.*.tar.gz
     mv -f "$data/import/undo.tar.gz" "$data/undo.$mode.tar.gz" || die 5 "$data cannot be written"
@@ -188,8 +228,9 @@ case ${1:-}/$#/${3:-} in
 esac
 if (($# > 1)); then [[ -n $2 ]] || usage; fi
 mkdir -p "$data" || die 5 "$data cannot be written"
-lock "$data/imp_exp" 30 || die 6 'another export or import runs'
+lock "$data/imp_exp" 30 6 5
 recover
+trap 'rm -rf -- "$data/import.new" "$data/export.new"' EXIT
 case $1 in
   -e) export_to "$(realpath -ms -- "$2")" ;;
   -i) import_from "$(realpath -ms -- "$2")" "$3" ;;

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Part of cfgtool.sh: puts the network settings in force.
 # files: /etc/conf/stb.conf, /etc/sysconfig/network, /etc/sysconfig/network-scripts/ifcfg-*;
-#        /etc/hostname and /etc/resolv.conf
+#        /etc/hostname and /etc/resolv.conf; /run/vesk/network.before: what is to be brought back
 
 readonly interface_files=/etc/sysconfig/network-scripts
 
@@ -45,14 +45,20 @@ read_servers() {
   done
 }
 
-# The data port's address is in two places, and stb.conf is the one that the wizard sets.
+# The data port's address is in two places, and stb.conf is the one that the wizard sets. The other
+# follows once it is in force.
 read_data_port() {
-  local nic ip mask
-  get nic data_port nic ''
-  get ip data_port ip ''
-  get mask data_port netmask ''
-  [[ -n $nic && -n $ip ]] || return 0
-  /etc/clish/scripts/ifcfg.sh "$nic" "$ip" "$mask" || exit
+  local length
+  data_mask=
+  get data_nic data_port nic ''
+  get data_ip data_port ip ''
+  get data_mask data_port netmask ''
+  if [[ -z $data_ip ]]; then data_nic=; fi
+  [[ -n $data_nic ]] || return 0
+  interface "$data_nic" || die 3 "no interface $data_nic"
+  { length=$(mask_length "$data_mask") && host_ipv4 "$data_ip" "$length"; } ||
+    die 6 "not the address of a data port: $data_ip, $data_mask"
+  [[ -e $interface_files/ifcfg-$data_nic ]] || addresses[$data_nic]=$data_ip/$length
 }
 
 read_interface() {
@@ -62,6 +68,7 @@ read_interface() {
   [[ $(key "$1" BOOTPROTO) == @(|static|none) ]] || die 3 "$1: BOOTPROTO is not static"
   ip=$(key "$1" IPADDR)
   mask=$(key "$1" NETMASK)
+  if [[ $2 == "$data_nic" ]]; then ip=$data_ip mask=$data_mask; fi
   v6_address=$(key "$1" IPV6ADDR)
   addresses[$2]=
   if [[ -n $ip ]]; then
@@ -138,31 +145,47 @@ put_in_force() {
   )"
 }
 
-# save FOLDER, restore FOLDER
+# save FOLDER, restore FOLDER. A change of address takes an interface's routes with it, so these are
+# saved as well.
 save() {
-  local device family
+  local device family file
   cat "$v6_switch" >"$1/v6" 2>/dev/null
   hostname >"$1/host"
   for family in 4 6; do
-    ip "-$family" route show default | sed -E 's/ (linkdown|dead|pref [a-z]+)//g' >"$1/route$family"
+    ip -o "-$family" route show | sed -E '/ proto kernel/d; s/ (linkdown|dead|pref [a-z]+)//g; s/\\//g' >"$1/routes$family" || return
   done
   for device in "${!addresses[@]}"; do
     present "$device" >"$1/on-$device"
     ip -o link show dev "$device" | grep -o '[<,]UP[,>]' >"$1/up-$device"
   done
-  cp -a /etc/hostname /etc/resolv.conf "$1/" 2>/dev/null
+  for file in /etc/hostname /etc/resolv.conf; do
+    [[ ! -e $file ]] || cp -a "$file" "$1/" || return
+  done
+}
+
+# Those by a gateway need the ones to it, and default routes any of them.
+restore_routes() {
+  local line i
+  for i in 1 2; do
+    while read -r line; do
+      # shellcheck disable=SC2086  # words
+      [[ $line == default* ]] || ip "-$1" route replace $line 2>/dev/null
+    done <"$2"
+  done
+  set_routes "$1" "$(grep ^default "$2")"
 }
 
 restore() {
   local device family file
   if [[ -s $1/v6 ]]; then cat "$1/v6" >"$v6_switch"; fi
-  for device in "${!addresses[@]}"; do
+  for device in "$1"/on-*; do
+    device=${device##*/on-}
     # shellcheck disable=SC2046  # words
     set_addresses "$device" $(cat "$1/on-$device")
     if [[ ! -s $1/up-$device ]]; then ip link set "$device" down; fi
   done
   for family in 4 6; do
-    set_routes "$family" "$(cat "$1/route$family")"
+    restore_routes "$family" "$1/routes$family"
   done
   hostname "$(cat "$1/host")"
   for file in hostname resolv.conf; do
@@ -170,16 +193,32 @@ restore() {
   done
 }
 
+readonly before=/run/vesk/network.before
+
+take_back() {
+  trap '' INT TERM
+  restore "$before"
+  rm -rf "$before"
+}
+
+give_up() {
+  take_back
+  die 7 'the network could not be put in force; what was before is in force again'
+}
+
+# Whoever asks for this over the network may be cut off by it, so a hang-up is no reason to stop. After
+# a kill, the next call takes back first.
 apply_network() {
-  local before
-  lock /run/lock/vesk-network 30 || die 5 'the network is being set by another'
+  trap '' HUP PIPE
+  only_one network
+  if [[ -d $before ]]; then (take_back); fi
   read_wanted
-  before=$(mktemp -d) || die 4 'there is no place to keep the present state'
-  save "$before"
-  if ! put_in_force; then
-    restore "$before"
-    rm -rf "$before"
-    die 7 'the network could not be put in force; what was before is in force again'
-  fi
+  rm -rf "$before.new"
+  { mkdir -m 700 "$before.new" && save "$before.new" && mv -T "$before.new" "$before"; } ||
+    die 4 "the present state cannot be kept in $before"
+  trap give_up INT TERM
+  put_in_force || give_up
+  trap '' INT TERM
+  [[ -z $data_nic ]] || /etc/clish/scripts/ifcfg.sh "$data_nic" "$data_ip" "$data_mask" || give_up
   rm -rf "$before"
 }

@@ -54,7 +54,7 @@ parent_version() {
 # once and stays. The row comes last, so that the parent knows of no child that does not know of it.
 register() {
   local ours theirs id name address server role
-  lock /run/lock/vesk-register 30 || die 5 'a registration is going on'
+  only_one register
   { ours=$(child_version) && theirs=$(parent_version); } || exit
   [[ $(cut -d . -f 1,2 <<<"$ours") == "$(cut -d . -f 1,2 <<<"$theirs")" ]] ||
     die 10 "this appliance has version $ours and the parent $theirs"
@@ -64,10 +64,13 @@ register() {
   get server database server
   get role system role alone
   [[ $parent != "$name" && $parent != "$address" ]] || die 6 'an appliance is not its own parent'
-  { glcfg set system guid "$id" && belong_to "$parent" child; } || die 4 '/etc/conf/stb.conf cannot be written'
-  (tell_parent) || {
-    local status=$?
-    belong_to "$server" "$role"
+  local status=4
+  glcfg set system guid "$id" && belong_to "$parent" child && {
+    (tell_parent)
+    status=$?
+  }
+  ((status == 0)) || {
+    belong_to "$server" "$role" || say "database server and system role could not be set back to $server and $role"
     exit "$status"
   }
 }

@@ -22,25 +22,34 @@ start_service() {
   # shellcheck disable=SC2016  # for the shell that becomes the service
   "$home/bin/close_handle_sh" 'exec setsid "$SERVICE"' </dev/null >>"$home/log/$name.log" 2>&1 &
   pid=$!
-  printf '%s %s\n' "$pid" "$(process "$pid")" | replace "$pid_file" || die 4 "$pid_file cannot be written"
+  printf '%s %s\n' "$pid" "$(process "$pid")" | replace "$pid_file" || {
+    kill -KILL "$pid" # nobody could stop it later
+    wait "$pid"
+    die 4 "$pid_file cannot be written"
+  } 2>/dev/null
   sleep 0.3
   running || die 1 "$name ended at once; see $home/log/$name.log"
 }
 
 stop_service() {
-  local i
   running || return 0
-  kill -TERM "$pid" 2>/dev/null
-  for ((i = 0; i < 200; i++)); do
-    running || break
-    sleep 0.1
-  done
-  if running; then kill -KILL "$pid"; fi
+  if ! ends TERM 200 && ! ends KILL 50; then die 1 "$name does not end"; fi
   rm -f "$pid_file"
 }
 
+# ends SIGNAL TENTHS
+ends() {
+  local i
+  kill "-$1" "$pid" 2>/dev/null
+  for ((i = 0; i < $2; i++)); do
+    running || return 0
+    sleep 0.1
+  done
+  return 1
+}
+
 # service NAME ACTION: bin/NAME below the install root. Exit codes: 0 done, or it runs  1 it did not
-# start  2 wrong call  3 status: it does not run  4 a file cannot be written  5 it is not installed,
+# start or end  2 wrong call  3 status: it does not run  4 a file cannot be written  5 it is not installed,
 # or another start or stop is going on
 service() {
   name=$1
@@ -49,7 +58,7 @@ service() {
   pid_file=/run/vesk/$name.pid
   export SERVICE=$program
   { mkdir -p /run/vesk "$home/log" && touch "$home/log/$name.log"; } || die 4 "no place for $pid_file"
-  if [[ ${2:-} != status ]]; then lock "$pid_file" 30 || die 5 "$name is being started or stopped"; fi
+  if [[ ${2:-} != status ]]; then lock "$pid_file" 30 5 4; fi
   case ${2:-}/$# in
     start/2) start_service ;;
     stop/2) stop_service ;;
