@@ -7,6 +7,7 @@ import java.util.Collections;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.regex.Pattern;
 
 /**
  * What a native method answered.
@@ -19,7 +20,7 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
     /** Calls the method and keeps the lists among its arguments. */
     static Answer of(PeerMethod method, Object[] values) {
         InstallRoot root = InstallRoot.open();
-        LogTail log = new LogTail(root);
+        LogTail log = new LogTail(root, method.command());
         MailQueue queue = new MailQueue(root, method.command());
         Object value = Bridge.call(method, values);
         List<List<?>> lists = new ArrayList<>();
@@ -62,8 +63,12 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         if (isEmpty && !command.empty().isEmpty()) {
             return command.empty();
         }
-        if (!command.denial().isEmpty() && failures.stream().anyMatch(line -> line.contains(command.denial()))) {
+        boolean isLogged = !command.denial().isEmpty();
+        if (isLogged && failures.stream().anyMatch(Pattern.compile(command.denial()).asPredicate())) {
             return "the log says that it failed";
+        }
+        if (isLogged && command.queues().isEmpty() && InstallRoot.open().logLevel().equals("NOLOG")) {
+            return "only the log could tell whether it went well, and its level is NOLOG";
         }
         return isUnseen ? "no new " + command.queues() + " is to be seen in " + InstallRoot.open().queue()
                 + ", and the log cannot tell whether the mail was queued" : null;
@@ -85,15 +90,22 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             Output.log(failures);
         } else {
             Meaning known = Meaning.of(method, code());
-            String next = known != null && !known.cures().isEmpty() ? known.cures() : !failures.isEmpty()
-                    ? "do what the log says" : "let the log tell: set ui in section log_level of vesk.ini to NORMAL, "
-                            + "see that its disk has room, and try again";
             String denied = isDenied() ? ", but " + denial() : "";
             Output.error(asked, Meaning.describe(method, code()) + denied, failures,
-                    next + " [log: " + InstallRoot.open().log() + "]");
+                    next(known) + " [log: " + InstallRoot.open().log() + "]");
         }
         lists.forEach(list -> list.forEach(element -> Output.data(String.valueOf(element))));
         return status();
+    }
+
+    private String next(Meaning known) {
+        String cure = isDenied() ? method.command().cure() : known == null ? "" : known.cures();
+        boolean isSilent = failures.isEmpty() && (cure.isEmpty() || denial() != null && denial().contains("NOLOG"));
+        if (isSilent) {
+            return "let the log tell: set ui in section log_level of vesk.ini to NORMAL, see that its disk has room, "
+                    + "and try again";
+        }
+        return cure.isEmpty() ? "do what the log says" : cure;
     }
 
     // What a success means here, in the method's own words.

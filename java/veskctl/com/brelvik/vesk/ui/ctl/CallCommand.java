@@ -7,8 +7,10 @@ import java.util.List;
 import java.util.concurrent.Callable;
 import java.util.stream.Collectors;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
+import picocli.CommandLine.Spec;
 
 @Command(name = "call", sortOptions = false, header = "Call any native method.",
         description = {"", "Arguments follow in the order of the method. Integers may be words (openldap), texts "
@@ -31,6 +33,9 @@ final class CallCommand implements Callable<Integer> {
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
 
+    @Spec
+    private CommandSpec spec;
+
     @Parameters(index = "0", arity = "0..1", paramLabel = "CLASS.METHOD", description = "e.g. LdapJNI.checkBaseDN")
     private String name;
 
@@ -49,7 +54,7 @@ final class CallCommand implements Callable<Integer> {
         if (preloaded) {
             DryRun.check();
         }
-        return Answer.of(method, values(method)).print("call " + name, json).number();
+        return Answer.of(method, values(method)).print(PeerArguments.asked(spec), json).number();
     }
 
     private Object[] values(PeerMethod method) {

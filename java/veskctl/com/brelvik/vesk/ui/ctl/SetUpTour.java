@@ -3,11 +3,20 @@ package com.brelvik.vesk.ui.ctl;
 import static com.brelvik.vesk.ui.ctl.Tour.at;
 
 import com.brelvik.vesk.ui.ctl.Tour.Stop;
+import com.sun.net.httpserver.HttpServer;
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.net.InetAddress;
+import java.net.InetSocketAddress;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.attribute.PosixFilePermissions;
 import java.util.List;
 
 /** The calls of a tour through the set-up of an appliance, which they change: for the sandbox alone. */
 final class SetUpTour {
     private static final String PARENT = "parent.example.com";
+    private static final String SET = "/opt/Brelvik/Stonebay/bin/glcfg /etc/conf/stb.conf set ";
 
     private final String socket;
     private final String password;
@@ -15,6 +24,7 @@ final class SetUpTour {
     private final String table;
     private final String saved;
     private final String pem;
+    private final String request;
 
     /** @param folder for files; its folder "parent" has the socket of a parent's database */
     SetUpTour(String folder) {
@@ -24,6 +34,7 @@ final class SetUpTour {
         table = folder + "/clients";
         saved = folder + "/saved.tgz";
         pem = folder + "/gate.pem";
+        request = folder + "/request.xml";
     }
 
     List<List<Stop>> stops() {
@@ -94,11 +105,10 @@ final class SetUpTour {
     }
 
     private List<Stop> registration() {
-        String glcfg = "/opt/Brelvik/Stonebay/bin/glcfg /etc/conf/stb.conf set ";
+        writePassword();
         return List.of(
-                at("The parent's password", "$ umask 077; echo '*:*:*:sa:secret' >" + password, 0),
-                at("Where it is", "$ " + glcfg + "database password_file " + password, 0),
-                at("The parent is on this machine", "$ " + glcfg + "parent_socket " + PARENT + " " + socket, 0),
+                at("Where the parent's password is", "$ " + SET + "database password_file " + password, 0),
+                at("The parent is on this machine", "$ " + SET + "parent_socket " + PARENT + " " + socket, 0),
                 at("Nobody's database: exit code 8", "WzrdJNI.chkMasterDB", 8 << 8, "PARENT", "127.0.0.1"),
                 at("The parent's database answers", "WzrdJNI.chkMasterDB", 0, "PARENT", PARENT),
                 at("The parent's version", "WzrdJNI.getParentVersion", 0, "PARENT", PARENT),
@@ -158,13 +168,44 @@ final class SetUpTour {
                 at("Registered as before", "WzrdJNI.getDBSvrIP", 0).shows(PARENT));
     }
 
-    private static List<Stop> host() {
+    private List<Stop> host() {
         String own = Long.toString(ProcessHandle.current().pid());
         return List.of(
                 at("This process", "SystemJNI.getPID", own),
                 at("It runs", "SystemJNI.processRunning", 0, "PID", own),
                 at("This one does not", "SystemJNI.processRunning", -1, "PID", "999999999"),
+                at("Where the manager is", "$ " + SET + "manager endpoint " + manager(), 0),
                 at("The policy: the request goes out in the background", "PolicyJNI.notifyUpdatePolicyNow", 0, "FIRST",
-                        "all", "SECOND", "all", "THIRD", "admin"));
+                        "all", "SECOND", "all", "THIRD", "admin@example.com"),
+                at("What the manager got", "$ timeout 20 sh -c 'until grep -o \"<policy>.*</requester>\" " + request
+                        + "; do sleep 0.1; done' 2>/dev/null", 0).shows("<policy>all</policy><scope>all</scope>"
+                        + "<requester>admin@example.com</requester>"));
+    }
+
+    // No command, since every user of the machine can read a command line.
+    private void writePassword() {
+        try {
+            Files.createFile(Path.of(password),
+                    PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rw-------")));
+            Files.writeString(Path.of(password), "*:*:*:sa:secret\n");
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+    }
+
+    /** Starts what stands for the manager, and keeps what it is sent, until the VM ends. */
+    private String manager() {
+        try {
+            HttpServer server = HttpServer.create(new InetSocketAddress(InetAddress.getLoopbackAddress(), 0), 1);
+            server.createContext("/", exchange -> {
+                Files.write(Path.of(request), exchange.getRequestBody().readAllBytes());
+                exchange.sendResponseHeaders(200, -1);
+                exchange.close();
+            });
+            server.start();
+            return "http://127.0.0.1:" + server.getAddress().getPort() + "/policy";
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
     }
 }

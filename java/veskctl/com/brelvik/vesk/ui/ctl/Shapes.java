@@ -39,11 +39,13 @@ final class Shapes {
         return switch (shape) {
             case TEXT -> new Rule("a text", text -> true);
             case HOST_NAME -> new Rule("a host name: letters, digits and inner hyphens, in parts of up to 63 joined "
-                    + "by dots, up to 253 in all, the last part no number", HOST_NAME);
+                    + "by dots, up to 64 in all, the last part no number", HOST_NAME.and(text -> text.length() <= 64));
             case HOST -> new Rule("a host name, an IPv4 or an IPv6 address", HOST_NAME.or(IPV4).or(Shapes::isIPv6));
             case IPV4 -> new Rule("an IPv4 address: four numbers from 0 to 255 joined by dots", IPV4);
             case IPV4_MASK -> new Rule("an IPv4 mask: ones, then zeros, such as 255.255.255.0", Shapes::isMask);
             case IPV6 -> new Rule("an IPv6 address without prefix length and zone index", Shapes::isIPv6);
+            case IPV6_NETWORK -> new Rule("an IPv6 address, alone or with / and a number from 0 to 128",
+                    Shapes::isIPv6Network);
             case PREFIX_LENGTH -> new Rule("a number from 1 to 128", like("[1-9]\\d?|1[01]\\d|12[0-8]"));
             case DEVICE -> new Rule("an interface: up to 15 of A-Z a-z 0-9 . _ : - that begin with a letter or digit",
                     like("[A-Za-z0-9][A-Za-z0-9._:-]{0,14}"));
@@ -59,6 +61,8 @@ final class Shapes {
             case POSTFIX_VALUE -> new Rule("one line without '", like("[^'\n\r\0]*"));
             case WORD -> new Rule("a word of A-Z a-z 0-9 . _ : - that does not begin with -",
                     like("(?!-)[A-Za-z0-9._:-]+"));
+            case REQUEST_WORD -> new Rule("a word of 1 to 64 of A-Z a-z 0-9 . _ : @ + -",
+                    like("[A-Za-z0-9._:@+-]{1,64}"));
         };
     }
 
@@ -81,6 +85,11 @@ final class Shapes {
         } catch (UnknownHostException e) {
             return false;
         }
+    }
+
+    private static boolean isIPv6Network(String text) {
+        String[] parts = text.split("/", 2);
+        return isIPv6(parts[0]) && (parts.length == 1 || parts[1].matches("\\d|[1-9]\\d|1[01]\\d|12[0-8]"));
     }
 
     private static boolean isDateTime(String text) {

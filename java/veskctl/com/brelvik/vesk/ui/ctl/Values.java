@@ -37,7 +37,7 @@ final class Values {
         if (command == null || command.room() == Integer.MAX_VALUE) {
             return;
         }
-        String home = command.homeTakesRoom() ? InstallRoot.open().path().toString() : "";
+        String home = command.namesHome() ? InstallRoot.open().pathForShell() : "";
         int room = command.room() - nativeLength(home);
         int length = Arrays.stream(values).filter(String.class::isInstance)
                 .mapToInt(text -> nativeLength((String) text)).sum();
@@ -96,18 +96,20 @@ final class Values {
                 return word.code();
             }
         }
+        boolean isBounded = arg != null && arg.upTo() > 0;
+        String range = isBounded ? "give a number from 1 to " + arg.upTo() : "";
         int value;
         try {
             value = Integer.parseInt(text);
         } catch (NumberFormatException e) {
             String known = words(arg).collect(Collectors.joining(", "));
             String what = known.isEmpty() ? "no whole number" : "no number and none of " + known;
+            String number = isBounded ? range : "give a whole number";
             throw new Refusal(Status.USAGE, name + ": '" + text + "' is " + what,
-                    "give a whole number" + (known.isEmpty() ? "" : " or one of the words"));
+                    number + (known.isEmpty() ? "" : " or one of the words"));
         }
-        if (arg != null && arg.upTo() > 0 && (value < 1 || value > arg.upTo())) {
-            throw new Refusal(Status.REFUSED, name + ": " + value + " is out of range",
-                    "give a number from 1 to " + arg.upTo());
+        if (isBounded && (value < 1 || value > arg.upTo())) {
+            throw new Refusal(Status.REFUSED, name + ": " + value + " is out of range", range);
         }
         return value;
     }

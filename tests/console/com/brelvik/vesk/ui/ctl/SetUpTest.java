@@ -26,6 +26,7 @@ class SetUpTest {
     @ParameterizedTest
     @CsvSource(delimiter = '|', quoteCharacter = '%', textBlock = """
             WzrdJNI.setHostname | 0 | a 1-a.b--c.x1 3com.x | 1.2.3.4 a.1 -a a- a..b a. .a a_b
+            WzrdJNI.setHostname | 0 | a | aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa.bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb
             WzrdJNI.chkMasterDB | 0 | 1.2.3.4 ::1 a fe80::1 | 1.2.3 256.1.1.1 1.2.3.4.5 ::1/64 fe80::1%eth0 [::1]
             WzrdJNI.setIPAddr | 0 | 0.0.0.0 255.255.255.255 | 1.2.3 1.2.3.4.5 1.2.3.256 01.2.3.4 1..2.3 +1.2.3.4
             WzrdJNI.setIPMask | 0 | 255.255.255.255 128.0.0.0 | 0.0.0.0 255.0.255.0 0.0.0.255 255.255.255.253 24
@@ -36,7 +37,8 @@ class SetUpTest {
             WzrdJNI.setDateTime | 0 | 2028-02-29#23:59:59 | 2027-02-29#01:00:00 2027-01-01#24:00:00 2027-01-01
             PostfixJNI.postmap | 0 | /etc/a-b_c.d x | -x é
             PostfixJNI.getPostconf | 0 | smtp2_x | a-b a.b ^a
-            PolicyJNI.notifyUpdatePolicyNow | 1 | a-b:c._9 | -x a/b
+            BackupJNI.doImport | 1 | a-b:c._9 | -x a/b
+            IPv6JNI.formatIPv6WithMask | 0 | ::1 ::/0 1::/9 ::/128 | ::/129 ::/08 ::/ ::/#+5x 1.2.3.4/8 ::/-1 ::/1/2
             """)
     void aTextForAShellIsWellFormed(String method, int index, String good, String bad) {
         Parameter parameter = method(method).parameters().get(index);
@@ -56,6 +58,8 @@ class SetUpTest {
             WzrdJNI.getCountryList | 0 | "'`$\\  | a;b&(c)
             BackupJNI.doExport     | 0 | '       | /a "$b`c\\;
             PostfixJNI.setPostconf | 1 | '       | -x "$b`c\\;,
+            WzrdJNI.setHostname | 0 | _ | aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa.bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb
+            PolicyJNI.notifyUpdatePolicyNow | 2 | '`$\\;&<> /* | -a:b_c.d+e@xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx
             """)
     void whatStandsInQuotesMayHoldMore(String method, int index, String unfit, String fit) {
         Parameter parameter = method(method).parameters().get(index);
@@ -123,6 +127,9 @@ class SetUpTest {
         }
         ctl.run("call", "--unchecked", "BackupJNI.doExport", "a' 'b");
         assertEquals("-e|a|b|", Files.readString(root.resolve("said")));
+        root = Files.move(root, Path.of(root + " x"));
+        run = ctl.with("VESK_HOME", root.toString()).run("host", "export", "/x");
+        assertTrue(run.status() == 3 && run.err().contains("stands without quotes"), run.err());
         Folders.delete(root);
     }
 
@@ -163,6 +170,8 @@ class SetUpTest {
                 ctl.run("host", "ipv6", "", "--json").out());
         ctl = new Ctl().sandboxed();
         assertEquals("yes\n", ctl.run("wizard", "ipv6").out());
+        run = ctl.run("wizard", "cities", "Europe", "Atlantis");
+        assertTrue(run.status() == 4 && run.err().contains("no such continent or country"), run.err());
         assertEquals("52428800\n", ctl.run("postfix", "get", "message_size_limit").out());
         Folders.delete(root);
     }

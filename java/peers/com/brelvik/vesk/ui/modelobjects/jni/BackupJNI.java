@@ -15,7 +15,7 @@ public final class BackupJNI {
      *     those. It is not given back until the process ends
      * @return the script's exit code, 0 to 255; 255 also when no shell could be started; 500 null argument
      */
-    @ConsoleCommand(group = "host", name = "export", room = 2022, homeTakesRoom = true,
+    @ConsoleCommand(group = "host", name = "export", room = 2022, namesHome = true,
             help = "Export the configuration into a file.", codes = {0, 500}, form = ConsoleCommand.Form.EXIT_CODE)
     public native int doExport(@Arg(name = "FILE", help = "File to write", from = Arg.Source.POSITION,
             shape = Arg.Shape.FILE)
@@ -30,7 +30,7 @@ public final class BackupJNI {
      *     for those. It is not given back until the process ends
      * @return the script's exit code, 0 to 255; 255 also when no shell could be started; 500 null argument
      */
-    @ConsoleCommand(group = "host", name = "import", room = 2019, homeTakesRoom = true,
+    @ConsoleCommand(group = "host", name = "import", room = 2019, namesHome = true,
             help = "Import a configuration from a file.", codes = {0, 500}, form = ConsoleCommand.Form.EXIT_CODE)
     public native int doImport(@Arg(name = "FILE", help = "File to read", from = Arg.Source.POSITION,
             shape = Arg.Shape.FILE)

@@ -45,8 +45,11 @@ public @interface ConsoleCommand {
     /** What success means, where the code alone does not tell. */
     String done() default "";
 
-    /** Part of a line that the method logs when it answers success but has failed; empty where it does not. */
+    /** A pattern in a line that the method logs when it answers success but has failed; empty where it does not. */
     String denial() default "";
+
+    /** What to do when a success was none; empty where the log says it. */
+    String cure() default "";
 
     /**
      * The most bytes that the texts may have together, as the native side counts them; it cuts a longer command line
@@ -54,8 +57,8 @@ public @interface ConsoleCommand {
      */
     int room() default Integer.MAX_VALUE;
 
-    /** Whether the path of the install root takes some of that {@link #room}. */
-    boolean homeTakesRoom() default false;
+    /** Whether the path of the install root stands in the command, without quotes: it takes some of {@link #room}. */
+    boolean namesHome() default false;
 
     /** The files that a success leaves in the queue of notifications, as a glob; empty where it leaves none. */
     String queues() default "";

@@ -31,6 +31,6 @@ public final class IPv6JNI {
             help = "Show an IPv6 address with prefix length in its canonical form.",
             empty = "it is no IPv6 address, or its prefix length is wrong")
     public native String formatIPv6WithMask(@Arg(name = "ADDRESS", help = "IPv6 address/prefix length",
-            from = Arg.Source.POSITION, shape = Arg.Shape.TEXT)
+            from = Arg.Source.POSITION, shape = Arg.Shape.IPV6_NETWORK)
             String address);
 }

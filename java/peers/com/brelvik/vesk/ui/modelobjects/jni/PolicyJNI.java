@@ -20,15 +20,16 @@ public final class PolicyJNI {
      * @param third third argument; not null
      * @return 0 started, -1 not, 500 null argument
      */
-    @ConsoleCommand(group = "policy", name = "notify", runsOnlyCommands = true, room = 212, homeTakesRoom = true,
+    @ConsoleCommand(group = "policy", name = "notify", runsOnlyCommands = true, room = 212, namesHome = true,
             help = "Ask for an immediate update of the policy.", codes = {0, 500},
+            done = "asked for in the background; whether the manager was reached is not told",
             own = @OwnCode(code = -1, name = "NOT_SENT", kind = ResultCode.Kind.FAILED,
             meaning = "the request was not sent", cures = "read the log for the command and its status"))
     public native int notifyUpdatePolicyNow(@Arg(name = "FIRST", help = "First argument of forceUpdate.sh",
-            from = Arg.Source.POSITION, shape = Arg.Shape.WORD)
+            from = Arg.Source.POSITION, shape = Arg.Shape.REQUEST_WORD, bytes = 64)
             String first, @Arg(name = "SECOND", help = "Second argument", from = Arg.Source.POSITION,
-            shape = Arg.Shape.WORD)
+            shape = Arg.Shape.REQUEST_WORD, bytes = 64)
             String second, @Arg(name = "THIRD", help = "Third argument", from = Arg.Source.POSITION,
-            shape = Arg.Shape.WORD)
+            shape = Arg.Shape.REQUEST_WORD, bytes = 64)
             String third);
 }

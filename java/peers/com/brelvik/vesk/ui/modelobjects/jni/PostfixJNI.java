@@ -1,5 +1,6 @@
 package com.brelvik.vesk.ui.modelobjects.jni;
 
+import com.brelvik.vesk.ui.modelobjects.ResultCode;
 import java.util.ArrayList;
 
 /**
@@ -19,7 +20,7 @@ public final class PostfixJNI {
      */
     @ConsoleCommand(group = "postfix", name = "reload", runsOnlyCommands = true,
             help = "Make Postfix read its settings again.",
-            codes = {0, 100})
+            codes = {0, 100}, done = "asked for; whether Postfix did it is not told")
     public native int postfixReload();
 
     /**
@@ -39,7 +40,7 @@ public final class PostfixJNI {
      */
     @ConsoleCommand(group = "postfix", name = "postmap", runsOnlyCommands = true, room = 1015,
             help = "Compile a look-up table.",
-            codes = {0, 100, 500})
+            codes = {0, 100, 500}, done = "asked for; whether the table was compiled is not told")
     public native int postmap(@Arg(name = "FILE", help = "Source of the table", from = Arg.Source.POSITION,
             shape = Arg.Shape.FILE_WORD)
             String file);
@@ -68,7 +69,10 @@ public final class PostfixJNI {
      *     string, 503 list refused
      */
     @ConsoleCommand(group = "postfix", name = "get", room = 1004, help = "Show the value of a parameter.",
-            codes = {0, 100, 101, 102, 500, 501, 503})
+            codes = {0, 100, 101, 102, 500, 501, 503},
+            own = @OwnCode(code = 102, name = "COMMAND_PRINTED_NOTHING", kind = ResultCode.Kind.NO,
+                    meaning = "no parameter has a name that begins like that, or postconf is missing or failed",
+                    cures = "run 'postconf | grep \"^KEY\"' by hand, with the name for KEY"))
     public native int getPostconf(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION,
             shape = Arg.Shape.POSTFIX_KEY)
             String key, ArrayList<String> list);
@@ -82,7 +86,7 @@ public final class PostfixJNI {
      * @return 0; 100 no command line, 500 null argument
      */
     @ConsoleCommand(group = "postfix", name = "set", runsOnlyCommands = true, room = 1008, help = "Set a parameter.",
-            codes = {0, 100, 500})
+            codes = {0, 100, 500}, done = "asked for; whether Postfix took it is not told, 'postfix get' shows it")
     public native int setPostconf(@Arg(name = "KEY", help = "Name of the parameter", from = Arg.Source.POSITION,
             shape = Arg.Shape.POSTFIX_KEY)
             String key, @Arg(name = "VALUE", help = "Its value", from = Arg.Source.POSITION,
@@ -96,7 +100,7 @@ public final class PostfixJNI {
      * @param isKey whether a key is expected, not a certificate
      * @return 0 it is, 105 it is not, 500 null path
      */
-    @ConsoleCommand(group = "postfix", name = "check-pem", room = 492, homeTakesRoom = true,
+    @ConsoleCommand(group = "postfix", name = "check-pem", room = 492, namesHome = true,
             help = "Is a file a well-formed PEM certificate or key?", codes = {0, 105, 500})
     public native int checkPEMFormat(@Arg(name = "FILE", help = "PEM file", from = Arg.Source.POSITION,
             shape = Arg.Shape.FILE_WORD)

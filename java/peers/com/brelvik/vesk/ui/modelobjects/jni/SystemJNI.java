@@ -19,7 +19,8 @@ public final class SystemJNI {
     @ConsoleCommand(group = "host", name = "running", help = "Does a process run?", codes = 0,
             own = @OwnCode(code = -1, name = "NOT_RUNNING", kind = ResultCode.Kind.NO,
                     meaning = "no such process, or it belongs to another user"))
-    public native int processRunning(@Arg(name = "PID", help = "Number of the process", from = Arg.Source.POSITION)
+    public native int processRunning(@Arg(name = "PID", help = "Number of the process, 1 and up",
+            from = Arg.Source.POSITION, upTo = Integer.MAX_VALUE)
             int pid);
 
     /**

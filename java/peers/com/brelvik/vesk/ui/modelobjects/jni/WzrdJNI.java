@@ -212,15 +212,15 @@ public final class WzrdJNI {
     /**
      * Sets the host name; in force after {@link #applyNetworkSettings}.
      *
-     * @param value the new value, at most 184 bytes; not null. The shell sees it inside double quotes: the caller
-     *     checks it for quotes, dollar signs, back-quotes and backslashes
+     * @param value the new value, of which 184 bytes are read; not null. What puts it in force takes 64. The shell
+     *     sees it inside double quotes: the caller checks it for quotes, dollar signs, back-quotes and backslashes
      * @return the tool's wait status (exit code times 256), -1 when no shell could be started, 100 no command
      *     line, 500 null value
      */
     @ConsoleCommand(group = "wizard", name = "set-hostname", help = "Set the host name.",
             codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
     public native int setHostname(@Arg(name = "HOSTNAME", help = "New value", from = Arg.Source.POSITION,
-            shape = Arg.Shape.HOST_NAME, bytes = 184)
+            shape = Arg.Shape.HOST_NAME, bytes = 64)
             String value);
 
     /**
@@ -452,7 +452,8 @@ public final class WzrdJNI {
      *     command line
      */
     @ConsoleCommand(group = "wizard", name = "ipv6-on", help = "Switch IPv6 on, for Postfix too.",
-            codes = {0, 100}, form = ConsoleCommand.Form.WAIT_STATUS)
+            codes = {0, 100}, form = ConsoleCommand.Form.WAIT_STATUS,
+            denial = "WzrdJNI\\.enableIPv6 nRet: \\[(?!0\\])", cure = "run '/etc/clish/scripts/ipv6.sh enable' by hand")
     public native int enableIPv6();
 
     /**
@@ -462,7 +463,9 @@ public final class WzrdJNI {
      *     command line
      */
     @ConsoleCommand(group = "wizard", name = "ipv6-off", help = "Switch IPv6 off, for Postfix too.",
-            codes = {0, 100}, form = ConsoleCommand.Form.WAIT_STATUS)
+            codes = {0, 100}, form = ConsoleCommand.Form.WAIT_STATUS,
+            denial = "WzrdJNI\\.disableIPv6 nRet: \\[(?!0\\])",
+            cure = "run '/etc/clish/scripts/ipv6.sh disable' by hand")
     public native int disableIPv6();
 
     /**
@@ -506,7 +509,8 @@ public final class WzrdJNI {
      *     refused
      */
     @ConsoleCommand(group = "wizard", name = "continents", help = "List the continents that have time zones.",
-            codes = {0, 100, 101, 500, 501, 503})
+            codes = {0, 100, 101, 500, 501, 503}, empty = "there are none",
+            cure = "run '/etc/tzselect continent list' by hand; its head explains its exit codes")
     public native int getContinentList(ArrayList<String> list);
 
     /**
@@ -518,7 +522,8 @@ public final class WzrdJNI {
      *     refused
      */
     @ConsoleCommand(group = "wizard", name = "countries", room = 230, help = "List the countries of a continent.",
-            codes = {0, 100, 101, 500, 501, 503})
+            codes = {0, 100, 101, 500, 501, 503}, empty = "there is no such continent",
+            cure = "take one that 'wizard continents' lists")
     public native int getCountryList(@Arg(name = "CONTINENT", help = "Continent, as listed",
             from = Arg.Source.POSITION, shape = Arg.Shape.ZONE)
             String continent, ArrayList<String> list);
@@ -533,7 +538,8 @@ public final class WzrdJNI {
      *     refused
      */
     @ConsoleCommand(group = "wizard", name = "cities", room = 227, help = "List the cities of a country.",
-            codes = {0, 100, 101, 500, 501, 503})
+            codes = {0, 100, 101, 500, 501, 503}, empty = "there is no such continent or country",
+            cure = "take names that 'wizard continents' and 'wizard countries' list")
     public native int getCityList(@Arg(name = "CONTINENT", help = "Continent, as listed", from = Arg.Source.POSITION,
             shape = Arg.Shape.ZONE)
             String continent, @Arg(name = "COUNTRY", help = "Country, as listed", from = Arg.Source.POSITION,
@@ -570,7 +576,9 @@ public final class WzrdJNI {
      *     started, 100 no command line, 500 null argument
      */
     @ConsoleCommand(group = "wizard", name = "set-clock", help = "Set the clock.",
-            codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS)
+            codes = {0, 100, 500}, form = ConsoleCommand.Form.WAIT_STATUS,
+            denial = "WzrdJNI\\.setDateTime nRet: \\[(?!0\\])",
+            cure = "read what date itself said; give a time that exists in the appliance's zone, with root's rights")
     public native int setDateTime(@Arg(name = "TIME", help = "YYYY-MM-DD hh:mm:ss", from = Arg.Source.POSITION,
             shape = Arg.Shape.DATE_TIME, bytes = 231)
             String dateTime);
@@ -612,7 +620,7 @@ public final class WzrdJNI {
      *     caller checks it
      * @return the registration's exit code, 0 to 255 (also 100 no command line), 500 null argument
      */
-    @ConsoleCommand(group = "wizard", name = "register", room = 177, homeTakesRoom = true,
+    @ConsoleCommand(group = "wizard", name = "register", room = 177, namesHome = true,
             help = "Register with a parent appliance.", codes = {0, 500}, form = ConsoleCommand.Form.EXIT_CODE)
     public native int regToMaster(@Arg(name = "PARENT", help = "Address or name of the parent appliance",
             from = Arg.Source.POSITION, shape = Arg.Shape.HOST)
@@ -626,7 +634,7 @@ public final class WzrdJNI {
      */
     @ConsoleCommand(group = "wizard", name = "after-register", runsOnlyCommands = true,
             help = "Stop what a registered appliance no longer needs.",
-            codes = 0)
+            codes = 0, done = "asked for; whether the services stopped is not told")
     public native int afterRegister();
 
     /**
@@ -638,6 +646,6 @@ public final class WzrdJNI {
     @ConsoleCommand(group = "wizard", name = "restart", help = "Restart services.",
             codes = 0, form = ConsoleCommand.Form.WAIT_STATUS)
     public native int restartServices(@Arg(name = "MODE", help = "1 the manager, 2 all, 3 all but the console",
-            from = Arg.Source.POSITION)
+            from = Arg.Source.POSITION, upTo = 3)
             int mode);
 }
