@@ -176,33 +176,36 @@ restore_routes() {
 }
 
 restore() {
-  local device family file
-  if [[ -s $1/v6 ]]; then cat "$1/v6" >"$v6_switch"; fi
+  local device family file failed=0
+  if [[ -s $1/v6 ]]; then cat "$1/v6" >"$v6_switch" || failed=1; fi
   for device in "$1"/on-*; do
     device=${device##*/on-}
     # shellcheck disable=SC2046  # words
-    set_addresses "$device" $(cat "$1/on-$device")
-    if [[ ! -s $1/up-$device ]]; then ip link set "$device" down; fi
+    set_addresses "$device" $(cat "$1/on-$device") || failed=1
+    if [[ ! -s $1/up-$device ]]; then ip link set "$device" down || failed=1; fi
   done
   for family in 4 6; do
-    restore_routes "$family" "$1/routes$family"
+    restore_routes "$family" "$1/routes$family" || failed=1
   done
-  hostname "$(cat "$1/host")"
+  hostname "$(cat "$1/host")" || failed=1
   for file in hostname resolv.conf; do
-    if [[ -e $1/$file ]]; then cp -a --remove-destination "$1/$file" /etc/; else rm -f "/etc/$file"; fi
+    if [[ -e $1/$file ]]; then cp -a --remove-destination "$1/$file" /etc/; else rm -f "/etc/$file"; fi || failed=1
   done
+  return "$failed"
 }
 
 readonly before=/run/vesk/network.before
 
 take_back() {
   trap '' INT TERM
-  restore "$before"
+  local failed=0
+  restore "$before" || failed=1
   rm -rf "$before"
+  return "$failed"
 }
 
 give_up() {
-  take_back
+  take_back || die 7 'the network could not be put in force, nor all of what was before'
   die 7 'the network could not be put in force; what was before is in force again'
 }
 
