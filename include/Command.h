@@ -2,9 +2,9 @@
 //
 // A command line is formatted into a buffer of the family's size and cut there without notice.
 // Values are placed as they are, inside whatever quotes the format holds: the console checks them
-// first. Commands inherit the console's environment but none of its descriptors from 3 up: a
-// service that a script leaves running in the background would otherwise hold the console's port.
-// While runInShell waits, the C library ignores SIGQUIT in the whole process: no thread dump then.
+// first. Commands inherit the console's environment but none of its sockets: a service that a
+// script leaves running in the background would otherwise hold the console's port. While runInShell
+// waits, the C library ignores SIGQUIT in the whole process: no thread dump then.
 #ifndef VESK_COMMAND_H
 #define VESK_COMMAND_H
 
@@ -12,12 +12,18 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <functional>
 
 #include "ResultCode.h"
 
-// The sizes of command line buffers; the text is one byte shorter.
+// The sizes of command line buffers; the text is one byte shorter. The wizard's actions leave one
+// more byte of the buffer unused than its queries do.
 inline constexpr std::size_t wizardCommandSize = 260;
+inline constexpr std::size_t wizardActionSize = 259;
 inline constexpr std::size_t postfixCommandSize = 1024;
+inline constexpr std::size_t verifierCommandSize = 511;  // of certificates
+inline constexpr std::size_t policyCommandSize = 256;
+inline constexpr std::size_t backupCommandSize = 2047;
 
 class CommandLine {
  public:
@@ -46,11 +52,18 @@ struct OutputLine {
 // status ignored. Returns 0, 101 or 102.
 [[nodiscard]] jint readFirstLine(const char* command, OutputLine& line);
 
+// Hands over each line of the command's output as readFirstLine reads it; a longer line arrives in
+// pieces. Returns 0 or 101.
+using LineTaker = std::function<void(OutputLine& line)>;
+[[nodiscard]] jint readLines(const char* command, const LineTaker& take);
+
 // Runs the command and waits; the raw wait status (exit code times 256), -1 when it was not
 // started.
 [[nodiscard]] int runInShell(const char* command);
 
-// The exit code, 0 to 255, out of a raw wait status.
+// The exit code, 0 to 255, out of a raw wait status. It is 0, too, when the shell itself died by a
+// signal; a command that did comes out as 128 and the signal, unless the shell replaced itself with
+// it.
 [[nodiscard]] constexpr jint exitCode(int status) { return (status >> 8) & 255; }
 
 // Query: the first output line, without its newline, becomes one element of `list`. `method` is the
@@ -58,6 +71,10 @@ struct OutputLine {
 // (null list), 501 or 503.
 [[nodiscard]] jint queryToList(JNIEnv* env, jobject list, const char* method, std::size_t size,
                                const char* format, ...) __attribute__((format(printf, 5, 6)));
+
+// The second half of queryToList, for a command line that is already formed.
+[[nodiscard]] jint firstLineToList(JNIEnv* env, jobject list, const char* method,
+                                   const char* command);
 
 // Existence test: 0 when the command prints a line; 100, 101 or 102 otherwise. Nothing is logged.
 [[nodiscard]] jint commandPrints(std::size_t size, const char* format, ...)

@@ -73,8 +73,8 @@ class JniByteText {
 
 // Appends texts to a java.util.ArrayList. The texts are UTF-8; four-byte characters reach Java
 // whole and bytes that are not UTF-8 become U+FFFD. Returns 0; 501 when a Java string could not be
-// made; 503 when `add` returned false or threw (the exception stays pending). On 501 and 503 the
-// texts added so far stay in the list.
+// made; 503 when `add` returned false or threw (the exception stays pending) or the list is null.
+// On 501 and 503 the texts added so far stay in the list.
 [[nodiscard]] int formJArrListStr(JNIEnv* env, std::vector<std::string>& items, jobject list);
 // The whole text becomes one element.
 [[nodiscard]] int formJArrListStr(JNIEnv* env, char* text, jobject list);

@@ -11,6 +11,9 @@ inline constexpr jint success = 0;
 inline constexpr jint commandNotFormed = 100;  // the command line could not be formatted
 inline constexpr jint commandNotStarted = 101;
 inline constexpr jint commandPrintedNothing = 102;
+inline constexpr jint keyNotConfigured = 103;
+inline constexpr jint fileNotOpened = 104;
+inline constexpr jint certificateRejected = 105;
 
 inline constexpr jint connectionNotCreated = 200;
 inline constexpr jint connectFailed = 201;  // or the bind during connect

@@ -1,5 +1,8 @@
 #include "Command.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -17,8 +20,23 @@ struct CloseProcess {
 };
 using ProcessOutput = std::unique_ptr<std::FILE, CloseProcess>;
 
-// For kernels before 5.11, which lack the flag, the descriptors stay as they are.
-void keepDescriptorsFromCommand() { close_range(3, ~0U, CLOSE_RANGE_CLOEXEC); }
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+// Sockets only: pipes and files may be on their way to a child that another thread of the VM is
+// starting, which takes them over by their numbers.
+void keepSocketsFromCommand() {
+  const std::unique_ptr<DIR, CloseFolder> descriptors(opendir("/proc/self/fd"));
+  if (!descriptors) return;
+  while (const dirent* entry = readdir(descriptors.get())) {
+    const int descriptor = std::atoi(entry->d_name);
+    struct stat status {};
+    if (descriptor > STDERR_FILENO && fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode)) {
+      fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+  }
+}
 
 }  // namespace
 
@@ -40,7 +58,7 @@ void OutputLine::cutAtNewline() {
 }
 
 jint readFirstLine(const char* command, OutputLine& line) {
-  keepDescriptorsFromCommand();
+  keepSocketsFromCommand();
   const ProcessOutput output(popen(command, "r"));
   if (!output) return result::commandNotStarted;
   if (std::fgets(line.text, sizeof line.text, output.get()) == nullptr) {
@@ -49,8 +67,17 @@ jint readFirstLine(const char* command, OutputLine& line) {
   return result::success;
 }
 
+jint readLines(const char* command, const LineTaker& take) {
+  keepSocketsFromCommand();
+  const ProcessOutput output(popen(command, "r"));
+  if (!output) return result::commandNotStarted;
+  OutputLine line;
+  while (std::fgets(line.text, sizeof line.text, output.get()) != nullptr) take(line);
+  return result::success;
+}
+
 int runInShell(const char* command) {
-  keepDescriptorsFromCommand();
+  keepSocketsFromCommand();
   return std::system(command);
 }
 
@@ -64,8 +91,12 @@ jint queryToList(JNIEnv* env, jobject list, const char* method, std::size_t size
   va_end(arguments);
   if (!formed) return result::commandNotFormed;
   LogPrintf("%s szCmd: [%s]", method, command.c_str());
+  return firstLineToList(env, list, method, command.c_str());
+}
+
+jint firstLineToList(JNIEnv* env, jobject list, const char* method, const char* command) {
   OutputLine line;
-  if (const jint code = readFirstLine(command.c_str(), line); code != result::success) return code;
+  if (const jint code = readFirstLine(command, line); code != result::success) return code;
   LogPrintf("%s szRet: [%s]", method, line.text);
   line.cutAtNewline();
   return formJArrListStr(env, line.text, list);

@@ -23,6 +23,7 @@ std::size_t bufferSize(std::size_t length) {
 }
 
 jint addText(JNIEnv* env, const char* text, jobject list) {
+  if (list == nullptr) return result::addRefused;
   const ModifiedUtf8 converted(text);
   jstring element = env->NewStringUTF(converted.c_str());
   if (element == nullptr) return result::stringNotCreated;

@@ -7,7 +7,9 @@ real=/usr/bin/$tool
 [ -x "$real" ] || real=/usr/sbin/$tool
 for argument; do
   case ${argument%.service} in
-    slapd | krb5-kdc | krb5-admin-server | smbd | nmbd | samba-ad-dc) own=${argument%.service} ;;
+    slapd | krb5-kdc | krb5-admin-server | smbd | nmbd | samba-ad-dc | postfix* | postgresql*)
+      own=${argument%.service}
+      ;;
   esac
 done
 [ -n "${own:-}" ] || exec "$real" "$@"

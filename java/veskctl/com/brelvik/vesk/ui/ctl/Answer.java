@@ -7,6 +7,7 @@ import java.util.Collections;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.regex.Pattern;
 
 /**
  * What a native method answered.
@@ -19,7 +20,7 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
     /** Calls the method and keeps the lists among its arguments. */
     static Answer of(PeerMethod method, Object[] values) {
         InstallRoot root = InstallRoot.open();
-        LogTail log = new LogTail(root);
+        LogTail log = new LogTail(root, method.command());
         MailQueue queue = new MailQueue(root, method.command());
         Object value = Bridge.call(method, values);
         List<List<?>> lists = new ArrayList<>();
@@ -36,12 +37,12 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         if (value instanceof Boolean yes && Meaning.own(method, yes ? 1 : 0) != null) {
             return yes ? 1 : 0;
         }
-        return value instanceof Integer code ? code : null;
+        return value instanceof Integer code && method.form() != ConsoleCommand.Form.NUMBER ? code : null;
     }
 
     Status status() {
         if (code() == null) {
-            return Status.DONE;
+            return "".equals(value) && !note().isEmpty() ? Status.NO : Status.DONE;
         }
         Meaning known = Meaning.of(method, code());
         return known == null || isDenied() ? Status.FAILED : known.status();
@@ -62,8 +63,12 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         if (isEmpty && !command.empty().isEmpty()) {
             return command.empty();
         }
-        if (!command.denial().isEmpty() && failures.stream().anyMatch(line -> line.contains(command.denial()))) {
+        boolean isLogged = !command.denial().isEmpty();
+        if (isLogged && failures.stream().anyMatch(Pattern.compile(command.denial()).asPredicate())) {
             return "the log says that it failed";
+        }
+        if (isLogged && command.queues().isEmpty() && InstallRoot.open().logLevel().equals("NOLOG")) {
+            return "only the log could tell whether it went well, and its level is NOLOG";
         }
         return isUnseen ? "no new " + command.queues() + " is to be seen in " + InstallRoot.open().queue()
                 + ", and the log cannot tell whether the mail was queued" : null;
@@ -75,29 +80,44 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             Output.out().println(Json.of(toMap()));
             return status();
         }
-        if (code() == null) {
-            elements().forEach(element -> Output.data(String.valueOf(element)));
+        if (code() == null && status() == Status.NO) {
+            Output.talk("no" + note());
+        } else if (code() == null) {
+            elements().forEach(element -> Output.data(shown(element)));
             Output.log(failures);
         } else if (status() == Status.DONE) {
             Output.talk(Meaning.describe(method, code()) + note());
             Output.log(failures);
         } else {
             Meaning known = Meaning.of(method, code());
-            String next = known != null && !known.cures().isEmpty() ? known.cures() : !failures.isEmpty()
-                    ? "do what the log says" : "let the log tell: set ui in section log_level of vesk.ini to NORMAL, "
-                            + "see that its disk has room, and try again";
             String denied = isDenied() ? ", but " + denial() : "";
             Output.error(asked, Meaning.describe(method, code()) + denied, failures,
-                    next + " [log: " + InstallRoot.open().log() + "]");
+                    next(known) + " [log: " + InstallRoot.open().log() + "]");
         }
         lists.forEach(list -> list.forEach(element -> Output.data(String.valueOf(element))));
         return status();
     }
 
+    private String next(Meaning known) {
+        String cure = isDenied() ? method.command().cure() : known == null ? "" : known.cures();
+        boolean isSilent = failures.isEmpty() && (cure.isEmpty() || denial() != null && denial().contains("NOLOG"));
+        if (isSilent) {
+            return "let the log tell: set ui in section log_level of vesk.ini to NORMAL, see that its disk has room, "
+                    + "and try again";
+        }
+        return cure.isEmpty() ? "do what the log says" : cure;
+    }
+
     // What a success means here, in the method's own words.
     private String note() {
-        String note = method.command() == null ? "" : method.command().done();
+        boolean isEmptyText = "".equals(value);
+        String note = method.command() == null ? ""
+                : isEmptyText ? method.command().empty() : method.command().done();
         return !note.isEmpty() ? ": " + note : failures.isEmpty() ? "" : ", but not all went well";
+    }
+
+    private static String shown(Object element) {
+        return element instanceof Boolean yes ? yes ? "yes" : "no" : String.valueOf(element);
     }
 
     private List<Object> elements() {
@@ -112,12 +132,15 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
     private Map<String, Object> toMap() {
         Map<String, Object> map = new LinkedHashMap<>();
         map.put("call", method.name());
-        if (value instanceof Integer) {
+        if (value instanceof Integer && code() != null) {
             map.put("code", code());
         } else {
             map.put("value", value != null && value.getClass().isArray() ? elements() : value);
         }
         if (code() != null) {
+            if (method.answersStatus()) {
+                map.put("exit", Meaning.exit(method, code()));
+            }
             Meaning known = Meaning.of(method, code());
             map.put("name", known == null ? null : known.name());
             map.put("meaning", known == null ? null : known.text());

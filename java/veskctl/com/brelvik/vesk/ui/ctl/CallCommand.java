@@ -7,8 +7,10 @@ import java.util.List;
 import java.util.concurrent.Callable;
 import java.util.stream.Collectors;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
+import picocli.CommandLine.Spec;
 
 @Command(name = "call", sortOptions = false, header = "Call any native method.",
         description = {"", "Arguments follow in the order of the method. Integers may be words (openldap), texts "
@@ -19,11 +21,20 @@ final class CallCommand implements Callable<Integer> {
     @Option(names = "--json", description = "Answer as one line of JSON")
     private boolean json;
 
+    @Option(names = "--unchecked", description = "Pass texts on whatever they hold; a shell may run what is in them")
+    private boolean unchecked;
+
+    @Option(names = "--preloaded", hidden = true, description = "Only when commands are not run but shown")
+    private boolean preloaded;
+
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is the password")
     private String passwordFile;
 
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
+
+    @Spec
+    private CommandSpec spec;
 
     @Parameters(index = "0", arity = "0..1", paramLabel = "CLASS.METHOD", description = "e.g. LdapJNI.checkBaseDN")
     private String name;
@@ -40,7 +51,14 @@ final class CallCommand implements Callable<Integer> {
         PeerMethod method = PeerMethod.all().stream().filter(known -> known.name().equals(name)).findFirst()
                 .orElseThrow(() -> new Refusal(Status.USAGE, "there is no native method " + name,
                         "run 'veskctl call' for a list"));
-        return Answer.of(method, values(method)).print("call " + name, json).number();
+        if (preloaded) {
+            DryRun.check();
+        }
+        Answer answer = Answer.of(method, values(method));
+        if (preloaded && Integer.valueOf(0).equals(answer.code())) {
+            return Status.DONE.number();  // whatever the log tells of commands that were not run
+        }
+        return answer.print(PeerArguments.asked(spec), json).number();
     }
 
     private Object[] values(PeerMethod method) {
@@ -56,6 +74,9 @@ final class CallCommand implements Callable<Integer> {
         for (int i = 0; i < values.length; i++) {
             boolean implied = !withLists && PeerMethod.isList(parameters.get(i));
             values[i] = value(parameters.get(i), implied ? "@list" : texts.get(next++));
+        }
+        if (!unchecked) {
+            Values.checkRoom(method, values);
         }
         return values;
     }
@@ -75,7 +96,8 @@ final class CallCommand implements Callable<Integer> {
             throw new Refusal(Status.REFUSED, arg.name() + ": every user of the machine can read a command line",
                     "write @password, and give it by --password-file, " + Passwords.VARIABLE + " or at the prompt");
         }
-        return Values.of(parameter, text.startsWith("@@") ? text.substring(1) : text);
+        String plain = text.startsWith("@@") ? text.substring(1) : text;
+        return unchecked ? Values.unchecked(parameter, plain) : Values.of(parameter, plain);
     }
 
     private static String signature(PeerMethod method) {

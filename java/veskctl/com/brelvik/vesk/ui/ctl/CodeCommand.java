@@ -91,6 +91,7 @@ final class CodeCommand implements Callable<Integer> {
     }
 
     private static void row(Object... cells) {
-        Output.data(Arrays.stream(cells).map(String::valueOf).collect(Collectors.joining(" | ", "| ", " |")));
+        Output.data(Arrays.stream(cells).map(cell -> String.valueOf(cell).replace("|", "\\|"))
+                .collect(Collectors.joining(" | ", "| ", " |")));
     }
 }

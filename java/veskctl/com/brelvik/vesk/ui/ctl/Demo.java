@@ -1,7 +1,12 @@
 package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
+import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
+import java.io.IOException;
 import java.lang.reflect.Parameter;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
@@ -12,7 +17,7 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 
 @Command(name = "demo", hidden = true, sortOptions = false,
-        header = "Call the native methods on a sample company's server, the failing cases too.",
+        header = "Call the native methods on a sample company's server or a sample appliance, failing cases too.",
         description = {"", "Exit status 0 when every call answered the code that is expected of it, else 4."})
 final class Demo implements Callable<Integer> {
     private static final int SHOWN = 8;
@@ -23,13 +28,13 @@ final class Demo implements Callable<Integer> {
     @Option(names = "--host", defaultValue = "127.0.0.1", description = "Server")
     private String host;
 
-    @Option(names = "--port", required = true, description = "Its port")
+    @Option(names = "--port", description = "Its port; without one, no directory is visited")
     private String port;
 
     @Option(names = "--base-dn", defaultValue = "dc=example,dc=com", description = "The company's entry, dc=... only")
     private String base;
 
-    @Option(names = "--bind-user", required = true, description = "Account to bind with")
+    @Option(names = "--bind-user", defaultValue = "", description = "Account to bind with")
     private String user;
 
     @Option(names = "--password-file", paramLabel = "FILE", description = "First line is its password")
@@ -41,6 +46,10 @@ final class Demo implements Callable<Integer> {
     @Option(names = "--kerberos", description = "The server takes Kerberos, too")
     private boolean kerberos;
 
+    @Option(names = "--set-up", paramLabel = "FOLDER", description = "In the sandbox: set an appliance up, with files "
+            + "in this folder, whose folder parent has the socket of a parent's database")
+    private String setUp;
+
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
 
@@ -49,11 +58,36 @@ final class Demo implements Callable<Integer> {
 
     @Override
     public Integer call() {
-        Map<String, String> connection = new HashMap<>(Map.of("vendor", vendor, "auth", "simple", "host", host, "port",
-                port, "base-dn", base, "bind-user", user, "groups-only", "false"));
-        connection.put("bind-password", Passwords.read(passwordFile, "Password of the bind account"));
         Map<String, PeerMethod> methods =
                 PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
+        List<List<Tour.Stop>> chapters = new ArrayList<>();
+        if (setUp != null) {
+            chapters.addAll(setUp());
+        }
+        Map<String, String> connection = new HashMap<>();
+        if (port != null) {
+            connection.putAll(Map.of("vendor", vendor, "auth", "simple", "host", host, "port", port, "base-dn", base,
+                    "bind-user", user, "groups-only", "false"));
+            connection.put("bind-password", Passwords.read(passwordFile, "Password of the bind account"));
+            chapters.addAll(directory());
+        }
+        for (List<Tour.Stop> chapter : chapters) {
+            for (Tour.Stop stop : chapter) {
+                Map<String, String> arguments = new HashMap<>(connection);
+                arguments.putAll(stop.arguments());
+                if (stop.isCommand()) {
+                    run(stop);
+                } else {
+                    visit(stop, methods.get(stop.method()), arguments);
+                }
+            }
+        }
+        Output.data(calls + " calls, " + surprises + " with another answer than expected. Log: "
+                + InstallRoot.open().log());
+        return (surprises == 0 ? Status.DONE : Status.FAILED).number();
+    }
+
+    private List<List<Tour.Stop>> directory() {
         Tour tour = new Tour(base);
         List<List<Tour.Stop>> chapters = new ArrayList<>(tour.stops());
         chapters.add(Tour.appliance(keytab,
@@ -61,16 +95,14 @@ final class Demo implements Callable<Integer> {
         if (kerberos) {
             chapters.add(tour.kerberos());
         }
-        for (List<Tour.Stop> chapter : chapters) {
-            for (Tour.Stop stop : chapter) {
-                Map<String, String> arguments = new HashMap<>(connection);
-                arguments.putAll(stop.arguments());
-                visit(stop, methods.get(stop.method()), arguments);
-            }
+        return chapters;
+    }
+
+    private List<List<Tour.Stop>> setUp() {
+        if (!Files.isDirectory(Path.of("/run/sandbox/appliance"))) {
+            throw new Refusal(Status.REFUSED, "the set-up would change this machine", "run ./vesk demo");
         }
-        Output.data(calls + " calls, " + surprises + " with another code than expected. Log: "
-                + InstallRoot.open().log());
-        return (surprises == 0 ? Status.DONE : Status.FAILED).number();
+        return new SetUpTour(setUp).stops();
     }
 
     private void visit(Tour.Stop stop, PeerMethod method, Map<String, String> arguments) {
@@ -78,16 +110,43 @@ final class Demo implements Callable<Integer> {
         Output.data("  " + method.name() + method.parameters().stream()
                 .map(parameter -> shown(parameter, arguments)).collect(Collectors.joining(", ", "(", ")")));
         Answer answer = Answer.of(method, Values.of(method, arguments));
-        int code = (Integer) answer.value();
-        Output.data("  -> " + Meaning.describe(method, code));
+        Output.data("  -> " + described(method, answer.value()));
         answer.lists().forEach(Demo::print);
         answer.failures().forEach(line -> Output.data("     log: " + line));
         calls++;
-        if (code != stop.code()) {
+        compare(stop, answer.value(), answer.lists().stream().flatMap(List::stream).toList(),
+                described(method, stop.answer()));
+    }
+
+    private void run(Tour.Stop stop) {
+        Output.data(stop.title());
+        Output.data("  " + stop.method());
+        try {
+            Process process = new ProcessBuilder("sh", "-c", stop.method().substring(2))
+                    .redirectError(ProcessBuilder.Redirect.INHERIT).start();
+            List<String> lines = process.inputReader(StandardCharsets.UTF_8).lines().toList();
+            lines.forEach(line -> Output.data("     " + line));
+            compare(stop, process.waitFor(), lines, "exit code " + stop.answer());
+        } catch (IOException | InterruptedException e) {
+            throw new IllegalStateException(e);
+        }
+    }
+
+    private void compare(Tour.Stop stop, Object answer, List<?> list, String expected) {
+        String shown = list.stream().map(String::valueOf).collect(Collectors.joining(" "));
+        if (!answer.toString().equals(stop.answer().toString())) {
             surprises++;
-            Output.data("  !! expected " + Meaning.describe(method, stop.code()));
+            Output.data("  !! expected " + expected);
+        } else if (stop.list() != null && !shown.equals(stop.list())) {
+            surprises++;
+            Output.data("  !! expected " + stop.list());
         }
         Output.data("");
+    }
+
+    private static String described(PeerMethod method, Object value) {
+        boolean isCode = value instanceof Integer && method.form() != ConsoleCommand.Form.NUMBER;
+        return isCode ? Meaning.describe(method, (Integer) value) : "\"" + value + '"';
     }
 
     private static String shown(Parameter parameter, Map<String, String> arguments) {

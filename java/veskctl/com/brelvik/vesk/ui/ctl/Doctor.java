@@ -62,6 +62,7 @@ final class Doctor implements Callable<Integer> {
         InstallRoot root = settings();
         if (root != null) {
             folders(root);
+            tools(root);
         }
         if (loaded && root != null) {
             initialise();
@@ -146,6 +147,26 @@ final class Doctor implements Callable<Integer> {
                 bad(Status.REFUSED, "script", script + (Files.exists(script) ? " cannot be read" : " is missing"),
                         "put the vendor's script there; until then the generic one serves");
             }
+        }
+    }
+
+    // What methods run by a fixed path, and what they leave to the search path to find.
+    private void tools(InstallRoot root) {
+        String script = "/opt/brelvik/vesk/script/";
+        List<String> missing = new ArrayList<>(Stream.of("/opt/Brelvik/Stonebay/bin/glcfg", "/etc/tzselect",
+                "/etc/clish/scripts/ifenum.sh", "/etc/clish/scripts/ifcfg.sh", "/etc/clish/scripts/ifcfg6.sh",
+                "/etc/clish/scripts/ipv6.sh", "/sbin/hwclock", script + "cfgtool.sh", script + "S99MANAGER",
+                script + "S99ADMINUI", script + "is_euq_enable.sh", script + "dbctl.sh",
+                "/opt/brelvik/vesk/postfix/usr/sbin/postconf", root.path() + "/script/imp_exp.sh",
+                root.path() + "/script/forceUpdate.sh", root.path() + "/bin/pemverify",
+                root.path() + "/bin/close_handle_sh").filter(tool -> !Files.isExecutable(Path.of(tool))).toList());
+        String search = String.valueOf(System.getenv("PATH"));
+        Stream.of("postconf", "postmap", "postfix").filter(tool -> Stream.of(search.split(":"))
+                .noneMatch(folder -> Files.isExecutable(Path.of(folder, tool)))).forEach(missing::add);
+        missing.forEach(tool -> bad(Status.DONE, "tools", tool + " is missing or cannot be run",
+                "install it, or run on an appliance; methods that need it fail"));
+        if (missing.isEmpty()) {
+            good("tools", "all found");
         }
     }
 

@@ -38,6 +38,20 @@ record InstallRoot(Path path, Map<String, String> settings) {
         return new InstallRoot(Path.of(home), parse(file, read(file)));
     }
 
+    /**
+     * The path as it stands in commands, without quotes.
+     *
+     * @throws Refusal when a shell would read something else
+     */
+    String pathForShell() {
+        if (!path.toString().matches("[A-Za-z0-9._/+@,:\\P{ASCII}-]+")) {
+            throw new Refusal(Status.REFUSED, "VESK_HOME: '" + path + "' stands without quotes in this command, and a "
+                    + "shell would not read it as one path", "move the install root to a path of A-Z a-z 0-9 . _ / + @ "
+                    + ", : -");
+        }
+        return path.toString();
+    }
+
     /** The setting, or an empty text when it is missing. */
     String setting(String section, String key) {
         return settings.getOrDefault(section + "\n" + key, "");

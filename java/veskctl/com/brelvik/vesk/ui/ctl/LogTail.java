@@ -1,5 +1,6 @@
 package com.brelvik.vesk.ui.ctl;
 
+import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import java.io.IOException;
 import java.nio.channels.Channels;
 import java.nio.channels.FileChannel;
@@ -13,17 +14,22 @@ import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 
-/** What this process logs as failures from now on: the library's answer to the question why. */
+/**
+ * What this process logs as failures from now on: the library's answer to the question why. Some failures are lines
+ * without a level, which the method that writes them explains by a pattern.
+ */
 final class LogTail {
-    private static final Pattern FAILURE =
-            Pattern.compile("\\S+ L1 " + ProcessHandle.current().pid() + "/\\d+ (.*)");
+    private static final Pattern LINE =
+            Pattern.compile("\\S+ L([-0-9]) " + ProcessHandle.current().pid() + "/\\d+ (.*)");
     private static final int MOST = 1 << 20;
 
+    private final Pattern denial;
     private final Path file;
     private final long end;
     private final Object identity;
 
-    LogTail(InstallRoot root) {
+    LogTail(InstallRoot root, ConsoleCommand command) {
+        denial = Pattern.compile(command == null || command.denial().isEmpty() ? "(?!)" : command.denial());
         file = path(root.log());
         BasicFileAttributes now = attributes(file);
         end = now == null ? 0 : now.size();
@@ -46,11 +52,12 @@ final class LogTail {
         return Stream.concat(isOurs ? failures(aside, end) : Stream.of(), failures(file, 0)).toList();
     }
 
-    private static Stream<String> failures(Path from, long position) {
+    private Stream<String> failures(Path from, long position) {
         try (FileChannel channel = FileChannel.open(from)) {
             byte[] bytes = Channels.newInputStream(channel.position(position)).readNBytes(MOST);
-            return new String(bytes, StandardCharsets.UTF_8).lines().map(FAILURE::matcher).filter(Matcher::matches)
-                    .map(line -> line.group(1));
+            return new String(bytes, StandardCharsets.UTF_8).lines().map(LINE::matcher).filter(Matcher::matches)
+                    .filter(line -> line.group(1).equals("1") || denial.matcher(line.group(2)).find())
+                    .map(line -> line.group(2));
         } catch (IOException e) {
             return Stream.of();
         }

@@ -1,15 +1,52 @@
 package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.ResultCode;
+import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand.Form;
 import com.brelvik.vesk.ui.modelobjects.jni.OwnCode;
+import java.util.stream.IntStream;
 
-/** What an integer means: the same for all methods, or something of its own in one. */
+/**
+ * What an integer means: the same for all methods, or something of its own in one.
+ *
+ * @param name null for the status of a command
+ */
 record Meaning(int code, String name, ResultCode.Kind kind, String text, String causes, String cures) {
     /** Null for a number that is no code of the method; a null method has none of its own. */
     static Meaning of(PeerMethod method, int code) {
         Meaning own = own(method, code);
         ResultCode shared = ResultCode.of(code);
-        return own != null || shared == null ? own : of(shared);
+        if (own != null || isStatus(method, code)) {
+            return own != null ? own : ofStatus(method, code);
+        }
+        return shared == null ? null : of(shared);
+    }
+
+    /** The exit code of the command that the method ran, or null when the code tells none. */
+    static Integer exit(PeerMethod method, int code) {
+        Form form = method.form();
+        boolean hasExit = form == Form.EXIT_CODE || form == Form.WAIT_STATUS && code >= 0 && (code & 127) == 0;
+        boolean isStatus = hasExit && (code == 0 || isStatus(method, code));
+        return !isStatus ? null : form == Form.EXIT_CODE ? code : Integer.valueOf(code >> 8);
+    }
+
+    // Where an integer is a status, only the codes that the method has by itself come first.
+    private static boolean isStatus(PeerMethod method, int code) {
+        return method != null && method.answersStatus()
+                && IntStream.of(method.command().codes()).noneMatch(known -> known == code);
+    }
+
+    private static Meaning ofStatus(PeerMethod method, int code) {
+        Integer exit = exit(method, code);
+        String text = code == -1 ? "no shell could be started"
+                : exit == null ? "the command was ended by signal " + (code & 127)
+                : "the command ended with exit code " + exit + switch (exit) {
+                    case 126 -> ": it may not be run";
+                    case 127 -> ": it is not there";
+                    case 255 -> method.form() == Form.EXIT_CODE ? ", or no shell could be started" : "";
+                    default -> "";
+                };
+        return new Meaning(code, null, ResultCode.Kind.FAILED, text, "",
+                "read what the command itself said; the head of its script explains its exit codes");
     }
 
     /** The same, for codes that are the method's own. */
@@ -43,6 +80,6 @@ record Meaning(int code, String name, ResultCode.Kind kind, String text, String 
 
     @Override
     public String toString() {
-        return code + " " + name + ", " + text;
+        return code + (name == null ? ": " : " " + name + ", ") + text;
     }
 }

@@ -58,8 +58,9 @@ final class PeerArguments {
     /** The command with its arguments; passwords are not among them. */
     static String asked(CommandSpec spec) {
         return spec.qualifiedName() + spec.args().stream().filter(arg -> arg.getValue() instanceof String)
-                .filter(arg -> !arg.<String>getValue().isEmpty())
-                .map(arg -> " " + (arg instanceof OptionSpec option ? option.longestName() + "=" : "") + arg.getValue())
+                .filter(arg -> !arg.<String>getValue().isEmpty() || !"".equals(arg.defaultValue()))
+                .map(arg -> " " + (arg instanceof OptionSpec option ? option.longestName() + "=" : "")
+                        + (arg.<String>getValue().isEmpty() ? "''" : arg.getValue()))
                 .collect(Collectors.joining());
     }
 

@@ -13,6 +13,8 @@ import picocli.CommandLine.Model.OptionSpec;
 
 /** A command made from the annotations of a native method. */
 final class PeerCommand implements Callable<Integer> {
+    private static final String DRY_RUN = "--dry-run";
+
     private final PeerMethod method;
     private final CommandSpec spec;
     private final PeerArguments arguments;
@@ -34,14 +36,22 @@ final class PeerCommand implements Callable<Integer> {
         this.spec = CommandSpec.wrapWithoutInspection(this).name(method.command().name());
         spec.usageMessage().header(method.command().help()).sortOptions(false).footer(footer());
         this.arguments = new PeerArguments(method, spec);
+        if (method.runsOnlyCommands()) {
+            spec.addOption(OptionSpec.builder(DRY_RUN).type(boolean.class).defaultValue("false")
+                    .description("Run nothing; show what would be run, as if all of it went well").build());
+        }
         spec.addOption(jsonOption());
         spec.addOption(helpOption());
     }
 
     @Override
     public Integer call() {
-        Object[] values = Values.of(method, arguments.texts());
+        Map<String, String> texts = arguments.texts();
+        Object[] values = Values.of(method, texts);
         boolean json = spec.findOption("--json").getValue();
+        if (method.runsOnlyCommands() && spec.findOption(DRY_RUN).<Boolean>getValue()) {
+            return DryRun.print(method, texts, json).number();
+        }
         return Answer.of(method, values).print(PeerArguments.asked(spec), json).number();
     }
 
@@ -50,6 +60,11 @@ final class PeerCommand implements Callable<Integer> {
         List<String> lines = new ArrayList<>(List.of("%nCodes of " + method.name() + ":"));
         IntStream.concat(own, IntStream.of(method.command().codes())).sorted().distinct()
                 .forEach(code -> lines.add("  " + Meaning.describe(method, code)));
+        switch (method.form()) {
+            case WAIT_STATUS -> lines.add("  others: the command's wait status, which is told in words");
+            case EXIT_CODE -> lines.add("  others: the command's exit code");
+            default -> { }
+        }
         return lines.toArray(String[]::new);
     }
 

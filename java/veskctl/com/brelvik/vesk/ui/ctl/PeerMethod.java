@@ -42,6 +42,19 @@ record PeerMethod(Method method) {
         return method.getAnnotation(ConsoleCommand.class);
     }
 
+    ConsoleCommand.Form form() {
+        return command() == null ? ConsoleCommand.Form.CODE : command().form();
+    }
+
+    /** Whether the integer is the status of a command that it ran. */
+    boolean answersStatus() {
+        return form() == ConsoleCommand.Form.WAIT_STATUS || form() == ConsoleCommand.Form.EXIT_CODE;
+    }
+
+    boolean runsOnlyCommands() {
+        return answersStatus() || command() != null && command().runsOnlyCommands();
+    }
+
     List<OwnCode> ownCodes() {
         return command() == null ? List.of() : List.of(command().own());
     }

@@ -15,10 +15,20 @@ final class Tour {
     /**
      * A call.
      *
-     * @param code what it should answer
+     * @param method or a command for the shell, behind {@code $}
+     * @param answer what it should answer
      * @param arguments by name, where they differ from those of the connection; a null value is passed as null
+     * @param list what it should list, joined by blanks; null for anything
      */
-    record Stop(String title, String method, int code, Map<String, String> arguments) {}
+    record Stop(String title, String method, Object answer, Map<String, String> arguments, String list) {
+        Stop shows(String elements) {
+            return new Stop(title, method, answer, arguments, elements);
+        }
+
+        boolean isCommand() {
+            return method.startsWith("$ ");
+        }
+    }
 
     private final String base;
     private final String domain;
@@ -133,12 +143,12 @@ final class Tour {
                 at("A null text", "LdapJNI.searchLDAPUTF8", 500, "TEXT", null));
     }
 
-    private static Stop at(String title, String method, int code, String... arguments) {
+    static Stop at(String title, String method, Object answer, String... arguments) {
         Map<String, String> byName = new LinkedHashMap<>();
         for (int i = 0; i < arguments.length; i += 2) {
             byName.put(arguments[i], arguments[i + 1]);
         }
-        return new Stop(title, method, code, byName);
+        return new Stop(title, method, answer, byName, null);
     }
 
     // Free at this moment, at least.

@@ -2,6 +2,7 @@ package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.Coded;
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
+import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import java.lang.reflect.Parameter;
 import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
@@ -15,21 +16,56 @@ import java.util.stream.Stream;
 final class Values {
     private Values() {}
 
-    /** The method's arguments from texts by name; without a text an argument is an empty list or null. */
+    /**
+     * The method's arguments from texts by name; without a text an argument is an empty list or null.
+     *
+     * @throws Refusal when one is not fit for the method, or all together are too long
+     */
     static Object[] of(PeerMethod method, Map<String, String> texts) {
-        return method.parameters().stream().map(parameter -> {
+        Object[] values = method.parameters().stream().map(parameter -> {
             Arg arg = PeerMethod.describe(parameter);
             String text = arg == null ? null : texts.get(arg.name());
             return PeerMethod.isList(parameter) ? new ArrayList<String>() : text == null ? null : of(parameter, text);
         }).toArray();
+        checkRoom(method, values);
+        return values;
+    }
+
+    /** @throws Refusal when the native side would cut the command line that it makes from the values */
+    static void checkRoom(PeerMethod method, Object[] values) {
+        ConsoleCommand command = method.command();
+        if (command == null || command.room() == Integer.MAX_VALUE) {
+            return;
+        }
+        String home = command.namesHome() ? InstallRoot.open().pathForShell() : "";
+        int room = command.room() - nativeLength(home);
+        int length = Arrays.stream(values).filter(String.class::isInstance)
+                .mapToInt(text -> nativeLength((String) text)).sum();
+        if (length > room) {
+            throw new Refusal(Status.REFUSED, "the arguments have " + length + " bytes; the command line that the "
+                    + "library makes of them has room for " + room, "give shorter ones");
+        }
     }
 
     /**
      * The text as a value of the parameter's type.
      *
-     * @throws Refusal when it is none, or when the native side would cut it
+     * @throws Refusal when it is none, is not of the argument's shape, or would be cut by the native side
      */
     static Object of(Parameter parameter, String text) {
+        Arg arg = PeerMethod.describe(parameter);
+        Object value = unchecked(parameter, text);
+        if (arg != null && parameter.getType() == String.class) {
+            Shapes.check(arg, text);
+        }
+        if (!parameter.getType().isPrimitive()) {
+            checkLength(arg, text);
+        }
+        return value;
+    }
+
+    /** The same, whatever the native side makes of a text. */
+    static Object unchecked(Parameter parameter, String text) {
         Arg arg = PeerMethod.describe(parameter);
         String name = arg == null ? parameter.getType().getSimpleName() : arg.name();
         Class<?> type = parameter.getType();
@@ -42,7 +78,6 @@ final class Values {
         if (type != String.class && type != byte[].class) {
             throw new Refusal(Status.USAGE, name + ": no value of this type can be given on a command line", "");
         }
-        checkLength(arg, name, text);
         return type == String.class ? text : text.getBytes(StandardCharsets.UTF_8);
     }
 
@@ -61,18 +96,20 @@ final class Values {
                 return word.code();
             }
         }
+        boolean isBounded = arg != null && arg.upTo() > 0;
+        String range = isBounded ? "give a number from 1 to " + arg.upTo() : "";
         int value;
         try {
             value = Integer.parseInt(text);
         } catch (NumberFormatException e) {
             String known = words(arg).collect(Collectors.joining(", "));
             String what = known.isEmpty() ? "no whole number" : "no number and none of " + known;
+            String number = isBounded ? range : "give a whole number";
             throw new Refusal(Status.USAGE, name + ": '" + text + "' is " + what,
-                    "give a whole number" + (known.isEmpty() ? "" : " or one of the words"));
+                    number + (known.isEmpty() ? "" : " or one of the words"));
         }
-        if (arg != null && arg.upTo() > 0 && (value < 1 || value > arg.upTo())) {
-            throw new Refusal(Status.REFUSED, name + ": " + value + " is out of range",
-                    "give a number from 1 to " + arg.upTo());
+        if (isBounded && (value < 1 || value > arg.upTo())) {
+            throw new Refusal(Status.REFUSED, name + ": " + value + " is out of range", range);
         }
         return value;
     }
@@ -86,10 +123,15 @@ final class Values {
         };
     }
 
-    private static void checkLength(Arg arg, String name, String text) {
+    // The VM hands a character over in one to three bytes, one beyond U+FFFF in two halves.
+    private static int nativeLength(String text) {
+        return text.chars().map(c -> c == 0 ? 2 : c < 0x80 ? 1 : c < 0x800 ? 2 : 3).sum();
+    }
+
+    private static void checkLength(Arg arg, String text) {
         int length = text.getBytes(StandardCharsets.UTF_8).length;
         if (arg != null && length > arg.bytes()) {
-            throw new Refusal(Status.REFUSED, name + ": " + length + " bytes, of which the library reads "
+            throw new Refusal(Status.REFUSED, arg.name() + ": " + length + " bytes, of which the library reads "
                     + arg.bytes() + " and drops the rest without notice", "give a shorter text");
         }
     }

@@ -10,6 +10,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
 import java.util.List;
+import java.util.Map;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeEach;
@@ -69,6 +70,18 @@ class ApplianceTest {
         assertTrue(run.err().contains("done, but the file gives no service principal\n"), run.err());
         assertEquals(1, run.err().lines().filter(line -> line.startsWith("log: ") && line.contains("broken")).count());
         assertFalse(run.err().contains("of old"), run.err());
+    }
+
+    @Test
+    void aSuccessThatTheLogDeniesIsAFailure() throws Exception {
+        PeerMethod method = PeerMethod.all().stream().filter(known -> known.name().endsWith(".setDateTime")).findFirst()
+                .orElseThrow();
+        LogTail log = new LogTail(new InstallRoot(root, Map.of()), method.command());
+        String line = "now L- " + ProcessHandle.current().pid() + "/1 WzrdJNI.setDateTime nRet: [";
+        Files.writeString(root.resolve("log/adminui.log"), line + "0]\n" + line + "256]\n");
+        Answer answer = new Answer(method, 0, List.of(), log.failures(), false);
+        assertEquals(List.of("WzrdJNI.setDateTime nRet: [256]"), answer.failures());
+        assertEquals(Status.FAILED, answer.status());
     }
 
     @Test

@@ -24,6 +24,7 @@ final class Ctl {
 
     private final Map<String, String> environment = new HashMap<>();
     private Path library = LIBRARY;
+    private boolean isSandboxed;
 
     /** A variable for the runs; null takes it away. */
     Ctl with(String name, String value) {
@@ -36,11 +37,20 @@ final class Ctl {
         return this;
     }
 
+    /** Runs in the sandbox, on its install root. */
+    Ctl sandboxed() {
+        isSandboxed = true;
+        return this;
+    }
+
     Run run(List<String> arguments) throws IOException, InterruptedException {
         List<String> command = new ArrayList<>(List.of(Path.of(System.getProperty("java.home"), "bin/java").toString(),
                 "-Xcheck:jni", "-XX:TieredStopAtLevel=1", "-Dvesk.jni.library=" + library, "-jar",
                 BUILD.resolve("java/vesk-console.jar").toString()));
         command.addAll(arguments);
+        if (isSandboxed) {
+            command.add(0, SOURCE.resolve("tools/sandbox").toString());
+        }
         Path folder = Files.createTempDirectory("veskctl");
         Path out = folder.resolve("out");
         Path err = folder.resolve("err");

@@ -82,6 +82,9 @@ class DirectoryTest {
             call LdapJNI.nothing                                   | 2 | no native method LdapJNI.nothing
             call LdapJNI.checkBaseDN 1 0                           | 2 | 2 arguments
             call LdapJNI.checkBaseDN 1 0 h 389 cn=me guess dc=x    | 3 | can read a command line
+            wizard restart x                                       | 2 | 'x' is no whole number
+            wizard restart 0                                       | 3 | MODE: 0 is out of range
+            host running -1                                        | 3 | PID: -1 is out of range
             code 999                                               | 2 | no result code
             """)
     void badInputIsRefusedBeforeTheLibraryIsAsked(String arguments, int status, String why) throws Exception {

@@ -87,11 +87,13 @@ class InstallTest {
     @Test
     void holesInTheInstallRootAreNamed() throws Exception {
         Files.delete(root.resolve("ldap/openldap/ldapscript.conf"));
+        Files.delete(root.resolve("bin/pemverify"));
         Files.writeString(root.resolve("resource/messages/ja.res"), "");
         Ctl.Run run = ctl.run("doctor", "--json");
         assertEquals(3, run.status());
         assertTrue(run.out().contains("SHA256SUMS is not the sum of ja.res\""), run.out());
         assertTrue(run.out().startsWith("{\"ok\":false,"), run.out());
+        assertTrue(run.out().contains(root + "/bin/pemverify is missing or cannot be run"), run.out());
         assertTrue(run.out().contains("openldap/ldapscript.conf is missing\",\"cure\":\"put "), run.out());
         Path settings = root.resolve("config/vesk.ini");
         Files.writeString(settings, "[log_level]\nui : DETAIL\n no sign here\n");

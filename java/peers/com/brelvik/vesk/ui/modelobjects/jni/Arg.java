@@ -23,6 +23,16 @@ public @interface Arg {
         SECRET
     }
 
+    /**
+     * What a text may look like. The native side passes most texts to a shell as they are, so that the command line
+     * checks them first.
+     */
+    enum Shape {
+        TEXT, HOST_NAME, HOST, IPV4, IPV4_MASK, IPV6, IPV6_NETWORK, PREFIX_LENGTH, DEVICE, ZONE, ZONE_WORD, DATE_TIME,
+        FILE, FILE_WORD,
+        POSTFIX_KEY, POSTFIX_VALUE, WORD, REQUEST_WORD
+    }
+
     String name();
 
     String help();
@@ -35,7 +45,15 @@ public @interface Arg {
     /** Names for the integers of the argument. */
     Class<? extends Coded> words() default Coded.class;
 
-    /** The most bytes of UTF-8 that the native side reads; it cuts a longer text without notice. */
+    Shape shape() default Shape.TEXT;
+
+    /** Whether an empty text is fit in spite of the shape, because it takes a setting away. */
+    boolean orEmpty() default false;
+
+    /**
+     * The most bytes of UTF-8 that the native side reads, which cuts a longer text without notice, or that the shape
+     * allows because the command behind it takes no more.
+     */
     int bytes() default Integer.MAX_VALUE;
 
     /** The largest integer, the smallest being 1; 0 for any integer. */

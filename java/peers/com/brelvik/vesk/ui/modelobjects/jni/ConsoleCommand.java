@@ -9,6 +9,18 @@ import java.lang.annotation.Target;
 @Retention(RetentionPolicy.RUNTIME)
 @Target(ElementType.METHOD)
 public @interface ConsoleCommand {
+    /** How an integer that is none of the codes is to be read. */
+    enum Form {
+        /** As a result code, and an unexpected one. */
+        CODE,
+        /** As a command's wait status: exit code times 256, or -1. */
+        WAIT_STATUS,
+        /** As a command's exit code, 0 to 255. */
+        EXIT_CODE,
+        /** As a plain number, which is the answer. */
+        NUMBER
+    }
+
     String group();
 
     String name();
@@ -18,18 +30,42 @@ public @interface ConsoleCommand {
     /** Every code of {@link com.brelvik.vesk.ui.modelobjects.ResultCode} that the method can answer with. */
     int[] codes();
 
+    /** What the integer means beyond {@link #codes} and {@link #own}. */
+    Form form() default Form.CODE;
+
+    /**
+     * Whether all that it changes is changed by commands, which can be shown and not run. It is so wherever the
+     * integer is the status of one.
+     */
+    boolean runsOnlyCommands() default false;
+
     /** The codes that are this method's own. */
     OwnCode[] own() default {};
 
     /** What success means, where the code alone does not tell. */
     String done() default "";
 
-    /** Part of a line that the method logs when it answers success but has failed; empty where it does not. */
+    /** A pattern in a line that the method logs when it answers success but has failed; empty where it does not. */
     String denial() default "";
+
+    /** What to do when a success was none; empty where the log says it. */
+    String cure() default "";
+
+    /**
+     * The most bytes that the texts may have together, as the native side counts them; it cuts a longer command line
+     * without notice. An argument alone has {@link Arg#bytes}.
+     */
+    int room() default Integer.MAX_VALUE;
+
+    /** Whether the path of the install root stands in the command, without quotes: it takes some of {@link #room}. */
+    boolean namesHome() default false;
 
     /** The files that a success leaves in the queue of notifications, as a glob; empty where it leaves none. */
     String queues() default "";
 
-    /** What has failed when the list stays empty; empty where that is an answer. */
+    /**
+     * What has failed when the list stays empty, or why the answer is no when it is the empty text; empty where there
+     * is no more to it.
+     */
     String empty() default "";
 }

@@ -1,0 +1,24 @@
+// The Postfix client restriction table, made from the console's connection rules.
+#ifndef VESK_RESTRICTION_FILE_H
+#define VESK_RESTRICTION_FILE_H
+
+#include <cstdio>
+
+// Reads rules, one a line of at most 1,023 characters (a longer one counts as several):
+//   10.1.0.0/16 REJECT      a network; one blank or tab behind the length, more are skipped
+//   192.168.1.5 OK          a host
+// and writes table lines, "%-20s\t%s\n" of key and action, expanding networks into the prefixes at
+// octet borders that Postfix looks up. A line that is neither is skipped. The input is streamed;
+// the memory used does not depend on it.
+//
+// False, with a line in the log, when a file cannot be opened or both are the same, and then
+// nothing was touched; also when the input cannot be read or the output written whole, and then the
+// output is left empty. `output` is emptied first.
+[[nodiscard]] bool writeRestrictionFile(const char* input, const char* output);
+
+// The table lines of one network rule: none when `prefixLength`, decimal digits, is not 1 to 32.
+// `action` has less than 1,024 characters.
+void EnumerateAlternateIPAddresses(const char* address, const char* prefixLength, std::FILE* out,
+                                   const char* action);
+
+#endif
