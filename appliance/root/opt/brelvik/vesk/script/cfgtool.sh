@@ -12,7 +12,7 @@
 #
 # exit codes: 0 done  1 a service did not restart  2 wrong call  3 a setting or file is missing or wrong
 #             4 a file cannot be written  5 another one runs  6 an address or name that cannot be
-#             7 the network could not be put in force; what was before is in force again
+#             7 the network could not be put in force; what was before is in force again, unless a message says what is not
 #             8 the parent's database does not answer or refuses us  9 it is no configuration database
 #             10 the parent's version does not fit
 # files: /etc/conf/stb.conf; /run/vesk/{network,register}.lock; see network.sh and parent.sh for the others
