@@ -1,0 +1,71 @@
+// The product's end-user quarantine.
+//
+// Everything is kept in data/euq below the install root: switches, registration and the state of
+// the two jobs in euq.db, messages in area1.db to area9.db. The functions that return int give 0 on
+// success or a code of EuqResult, and a failure leaves one line in the log. Nothing throws. May be
+// called from several threads and processes at once.
+//
+// Transfer and removal of the data are jobs: the start returns at once, and the work is done by a
+// process of its own, bin/euqjob below the install root, which goes on when the console ends. A job
+// that is killed leaves every message whole and in one place, and its result says so; the next
+// start of the same job goes on with what is left. One job runs at a time.
+//
+// Settings read, section "euq": "busy_timeout" (milliseconds to wait for the database, default
+// 5000), "batch" (messages in one transaction, default 1000).
+#ifndef VESK_PRODUCT_QUARANTINE_H
+#define VESK_PRODUCT_QUARANTINE_H
+
+#include <string>
+
+enum EuqResult : int {
+  EUQ_OK = 0,
+  EUQ_NOT_READY = 1,       // init_euq_lib was not called or failed
+  EUQ_BAD_ARGUMENT = 2,    // null, empty or out of range
+  EUQ_NOT_REGISTERED = 3,  // an area that is not registered
+  EUQ_BUSY = 4,            // a job runs
+  EUQ_DATABASE = 5,
+  EUQ_NOT_STARTED = 6,  // the job's process
+  EUQ_NOT_ENABLED = 7,
+  EUQ_NO_JOB = 8,       // nothing to cancel
+  EUQ_CANCELLED = 9,    // result of a job
+  EUQ_INTERRUPTED = 10  // result of a job whose process died
+};
+
+// Opens the store, making it when it is not there. Without it every other function fails.
+bool init_euq_lib();
+
+int enable_euq();
+int disable_euq();
+// Takes the switch up again from the store; fails when it is off.
+int restart_euq();
+bool is_euq_enable();
+
+// Upkeep of the distribution lists, whose members then see their list's messages.
+int enable_dl_maintain();
+int disable_dl_maintain();
+bool is_dl_maintain_enable();
+
+// Registers an area for `name` (1 to 255 bytes), the scanner whose messages it holds; the lowest
+// free number from 1 to 9 is its own. A name that is registered already keeps its number.
+int regist_euq(const char* name);
+// Gives an area back: it has to be empty (transferred or removed first). 0 stands for all areas.
+int unregist_euq(int area);
+
+// Moves all messages of the other registered areas to this one, 1 to 9.
+int transfer_euq_data(int area);
+// Takes effect within a second; what was moved stays moved.
+int cancel_transfer_euq_data();
+bool is_transferring_euq_data();
+// Whether the last transfer has ended; then `code` is its EuqResult and `text` says, in one line,
+// how many of how many messages were moved. False before the first one and while it runs.
+bool get_transfer_euq_result(int& code, std::string& text);
+
+// Deletes the messages of all areas.
+int remove_euq_data();
+bool is_removing_euq_data();
+bool get_remove_euq_result(int& code, std::string& text);
+
+// For a console that shows how far a job is: messages done and in all. False when none runs.
+bool get_euq_progress(long long& done, long long& total);
+
+#endif
