@@ -4,15 +4,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <mutex>
+#include <set>
 #include <string>
 #include <system_error>
 
+#include "Files.h"
+#include "Home.h"
 #include "product/log.h"
 
 namespace {
-
-constexpr mode_t folderMode = 0750;
 
 // Says why a folder does not serve; false, so that it can be returned.
 bool refuse(const char* reason, const std::string& folder, int error, const char* hint) {
@@ -33,12 +36,6 @@ bool isFolder(const std::string& path) {
   return S_ISDIR(status.st_mode);
 }
 
-// Whatever the umask is, the folder ends up with its mode; one that is there keeps what it has.
-bool makeFolder(const std::string& folder) {
-  if (::mkdir(folder.c_str(), folderMode) == 0) return ::chmod(folder.c_str(), folderMode) == 0;
-  return errno == EEXIST && isFolder(folder);
-}
-
 bool checkHome(const std::string& home) {
   if (home.empty()) {
     return refuse("no install root", "VESK_HOME", EINVAL, "set VESK_HOME to the install root");
@@ -48,12 +45,28 @@ bool checkHome(const std::string& home) {
 }
 
 bool prepareFolder(const std::string& folder, int access) {
-  if (makeFolder(folder) && allows(folder, access)) return true;
+  if (VESK::update::makeFolder(folder) && allows(folder, access)) return true;
   return refuse("folder not usable", folder, errno,
                 "give the console's account the right to write there");
 }
 
+std::atomic<const std::string*> fitHome = nullptr;
+
 }  // namespace
+
+namespace VESK::update {
+
+const std::string* home() { return fitHome; }
+
+// An object that is at work may hold an older text, so none is ever freed.
+void setHome(const std::string& fit) {
+  static auto* const kept = new std::set<std::string>;
+  static std::mutex changing;
+  const std::lock_guard guard(changing);
+  fitHome = &*kept->insert(fit).first;
+}
+
+}  // namespace VESK::update
 
 BvUpdateInit::BvUpdateInit() : initialised(false) {}
 
@@ -62,5 +75,6 @@ BvUpdateInit::~BvUpdateInit() = default;
 bool BvUpdateInit::Init(const std::string& home) {
   initialised = checkHome(home) && prepareFolder(home + "/data", X_OK) &&
                 prepareFolder(home + "/data/update", R_OK | W_OK | X_OK);
+  if (initialised) VESK::update::setHome(home);
   return initialised;
 }

@@ -1,0 +1,70 @@
+// Files and folders that survive a kill and a power cut.
+#ifndef VESK_UPDATE_FILES_H
+#define VESK_UPDATE_FILES_H
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Failure.h"
+
+namespace VESK::update {
+
+constexpr mode_t FOLDER_MODE = 0750;
+constexpr mode_t FILE_MODE = 0640;
+constexpr mode_t PROGRAM_MODE = 0750;
+
+class Descriptor {
+ public:
+  explicit Descriptor(int opened = -1) : number(opened) {}
+  Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number, other.number);
+    return *this;
+  }
+  ~Descriptor() {
+    if (number >= 0) ::close(number);
+  }
+
+  int get() const { return number; }
+  bool isOpen() const { return number >= 0; }
+
+ private:
+  int number;
+};
+
+// Makes a folder and gives it its mode whatever the umask is; one that is there serves.
+bool makeFolder(const std::string& path);
+
+// False with errno set.
+bool writeAll(int file, const char* data, std::size_t size);
+
+// A new file of that mode, whatever the umask is, open for writing; not open when one is there.
+Descriptor createFile(const std::string& path, mode_t mode);
+
+// Puts a file of this content in place in one step; on the disk when it returns. The caller holds a
+// lock: the name of the draft is always the same.
+bool replaceFile(const std::string& path, std::string_view content, Failure& failure);
+
+// At most `limit` bytes; empty when there is none.
+std::string readFile(const std::string& path, std::size_t limit);
+
+// Lets a symbolic link lead to `target` in one step; an empty target removes it.
+bool replaceLink(const std::string& path, const std::string& target, Failure& failure);
+
+// Where a symbolic link leads; empty when there is none.
+std::string readLink(const std::string& path);
+
+bool syncFolder(const std::string& path, Failure& failure);
+
+// Every file and folder below `path`, and `path`.
+bool syncTree(const std::string& path, Failure& failure);
+
+void removeTree(const std::string& path);
+
+}  // namespace VESK::update
+
+#endif

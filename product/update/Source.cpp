@@ -1,0 +1,125 @@
+#include "Source.h"
+
+#include <mutex>
+
+namespace VESK::update {
+
+namespace {
+
+constexpr long BUFFER = 256 * 1024;
+
+struct Transfer {
+  CURL* curl;
+  const Source::Sink& sink;
+};
+
+// What comes with another status (a redirection's page, say) is not the content.
+bool isContent(CURL* curl) {
+  long status = 0;
+  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+  return status == 200 || status == 206 || status == 0;  // 0: not HTTP
+}
+
+std::size_t receive(char* data, std::size_t, std::size_t size, void* context) {
+  const auto* transfer = static_cast<const Transfer*>(context);
+  return isContent(transfer->curl) && transfer->sink(data, size) ? size : size + 1;
+}
+
+const char* hintOf(CURLcode code) {
+  switch (code) {
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return "check the host in source and the name servers";
+    case CURLE_COULDNT_CONNECT:
+      return "check host and port in source, and the firewall";
+    case CURLE_OPERATION_TIMEDOUT:
+      return "try again, what was fetched is kept; or raise the time-outs in section update";
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_CONNECT_ERROR:
+      return "check ca_file, and that the certificate names the host in source";
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_GOT_NOTHING:
+      return "try again, what was fetched is kept";
+    default:
+      return "check source in section update, and that the file is there";
+  }
+}
+
+}  // namespace
+
+Source::Source(const Options& settings) : options(settings) {
+  static std::once_flag once;
+  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+  curl.reset(curl_easy_init());
+}
+
+void Source::prepare(const std::string& name, std::uint64_t from) {
+  CURL* handle = curl.get();
+  curl_easy_reset(handle);  // the connection stays
+  *words = '\0';
+  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, words);
+  curl_easy_setopt(handle, CURLOPT_URL, (options.source + name).c_str());
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "https,http,file");
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(handle, CURLOPT_PROXY, "");
+  curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
+  curl_easy_setopt(handle, CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
+  if (!options.caFile.empty()) {
+    curl_easy_setopt(handle, CURLOPT_CAINFO, options.caFile.c_str());
+    curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);  // no other authority
+  }
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, options.connectTimeout);
+  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, options.stallTimeout);
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT, options.timeout);
+  curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, BUFFER);
+  curl_easy_setopt(handle, CURLOPT_RESUME_FROM_LARGE, static_cast<curl_off_t>(from));
+}
+
+bool Source::fail(const std::string& name, CURLcode code, Failure& failure) const {
+  long status = 0;
+  curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
+  std::string reason = name + ": " + curl_easy_strerror(code);
+  if (status != 0 && status != 200 && status != 206) {
+    reason = name + ": the server answers " + std::to_string(status);
+  }
+  return failure.set("fetch", reason, words, hintOf(code));
+}
+
+Source::End Source::fetch(const std::string& name, std::uint64_t from, const Sink& sink,
+                          Failure& failure) {
+  if (!curl) {
+    failure.set("fetch", "libcurl cannot start", "", "check the memory");
+    return End::failed;
+  }
+  const Transfer transfer{curl.get(), sink};
+  prepare(name, from);
+  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, receive);
+  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &transfer);
+  const CURLcode code = curl_easy_perform(curl.get());
+  long status = 0;
+  curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
+  // A redirection without a page of its own ends well, for libcurl.
+  if (code == CURLE_OK && isContent(curl.get())) return End::whole;
+  const bool outOfRange =
+      code == CURLE_RANGE_ERROR || code == CURLE_BAD_DOWNLOAD_RESUME || status == 416;
+  if (from > 0 && outOfRange) return End::cannotResume;
+  fail(name, code == CURLE_OK ? CURLE_HTTP_RETURNED_ERROR : code, failure);
+  return End::failed;
+}
+
+bool Source::fetchText(const std::string& name, std::size_t limit, std::string& text,
+                       Failure& failure) {
+  text.clear();
+  const Sink sink = [&](const char* data, std::size_t size) {
+    if (size > limit - text.size()) {
+      return failure.set("fetch", name + " is too long", "", "the publisher must mend it");
+    }
+    text.append(data, size);
+    return true;
+  };
+  return fetch(name, 0, sink, failure) == End::whole;
+}
+
+}  // namespace VESK::update

@@ -1,0 +1,127 @@
+#include "Store.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <system_error>
+#include <vector>
+
+#include "Files.h"
+#include "Version.h"
+
+namespace VESK::update {
+
+namespace {
+
+constexpr std::size_t LONGEST_SWITCH = 1024;
+constexpr std::size_t SUFFIX = sizeof ".XXXXXX" - 1;
+constexpr const char* PACKAGE = "package.";
+
+std::vector<std::string> namesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(folder, error);
+       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    names.push_back(entry->path().filename().native());
+  }
+  return names;
+}
+
+}  // namespace
+
+Store::Store(const std::string& home, const std::string& component)
+    : folder(home + "/data/update/" + component) {}
+
+// A link that leads nowhere stands for nothing.
+std::string Store::versionOf(const char* link) const {
+  const std::string target = readLink(at(link));
+  struct stat status {};
+  const std::size_t start = target.rfind('/') + 1;
+  if (target.size() <= start + SUFFIX || ::stat(at(link).c_str(), &status) != 0) return {};
+  const std::string version = target.substr(start, target.size() - start - SUFFIX);
+  return isVersion(version) ? version : std::string();
+}
+
+std::string Store::left() const { return readFile(at("left"), LONGEST_SWITCH); }
+
+std::string Store::packagePath(const std::string& sha256) const { return at(PACKAGE) + sha256; }
+
+bool Store::recover(Failure& failure) {
+  for (const std::string& path : {folder, at("versions")}) {
+    if (!makeFolder(path)) return failure.setSystem("prepare", path, errno);
+  }
+  if (!finish(failure)) return false;
+  clean();
+  return true;
+}
+
+// Drafts of links and files, and versions that nothing leads to.
+void Store::clean() {
+  for (const char* draft : {"current.new", "previous.new", "left.new", "switch.new"}) {
+    ::unlink(at(draft).c_str());
+  }
+  const std::set<std::string> used{readLink(at("current")), readLink(at("previous"))};
+  for (const std::string& name : namesIn(at("versions"))) {
+    const std::string target = "versions/" + name;
+    if (!used.contains(target)) removeTree(folder + "/" + target);
+  }
+}
+
+void Store::forgetPackages(const std::string& except) {
+  for (const std::string& name : namesIn(folder)) {
+    if (name.starts_with(PACKAGE) && name != PACKAGE + except) {
+      ::unlink((folder + "/" + name).c_str());
+    }
+  }
+}
+
+std::string Store::makeStaging(Failure& failure) {
+  std::string path = at("versions") + "/.XXXXXX";
+  if (::mkdtemp(path.data()) != nullptr && ::chmod(path.c_str(), FOLDER_MODE) == 0) return path;
+  failure.setSystem("unpack", at("versions"), errno);
+  return {};
+}
+
+bool Store::install(const std::string& staging, const std::string& version, Failure& failure) {
+  const std::string target = "versions/" + version + staging.substr(staging.size() - SUFFIX);
+  if (::rename(staging.c_str(), (folder + "/" + target).c_str()) != 0) {
+    return failure.setSystem("switch", staging, errno);
+  }
+  const bool sameAgain = version == this->version();
+  const Switch change{target, readLink(at(sameAgain ? "previous" : "current")), ""};
+  return syncFolder(at("versions"), failure) && begin(change, failure) && finish(failure);
+}
+
+bool Store::goBack(Failure& failure) {
+  const Switch change{readLink(at("previous")), "", version()};
+  return begin(change, failure) && finish(failure);
+}
+
+bool Store::begin(const Switch& change, Failure& failure) {
+  return replaceFile(at("switch"),
+                     change.current + "\n" + change.previous + "\n" + change.left + "\n", failure);
+}
+
+// Can be done again from any point on, until "switch" is gone.
+bool Store::finish(Failure& failure) {
+  std::istringstream lines(readFile(at("switch"), LONGEST_SWITCH));
+  Switch change;
+  if (!std::getline(lines, change.current)) return true;
+  std::getline(lines, change.previous);
+  std::getline(lines, change.left);
+  if (!replaceLink(at("current"), change.current, failure) ||
+      !replaceLink(at("previous"), change.previous, failure) ||
+      !replaceFile(at("left"), change.left, failure) || !syncFolder(folder, failure)) {
+    return false;
+  }
+  ::unlink(at("switch").c_str());
+  clean();
+  return true;
+}
+
+}  // namespace VESK::update

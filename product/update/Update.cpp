@@ -1,0 +1,113 @@
+#include "product/update.h"
+
+#include <mutex>
+
+#include "Components.h"
+#include "Events.h"
+#include "Failure.h"
+#include "Home.h"
+#include "Lock.h"
+#include "Store.h"
+#include "Updater.h"
+#include "product/log.h"
+
+namespace {
+
+using namespace VESK::update;
+
+const char* knownName(BvUpdateType type) {
+  const char* name = nameOf(type);
+  if (name == nullptr) {
+    VESK::Log::LogByLevel(VESK::LOG_NORMAL, "update: there is no component of type %d", int(type));
+  }
+  return name;
+}
+
+}  // namespace
+
+// One thread at a time; what excludes other processes is the lock file.
+struct BvUpdate::Engine {
+  explicit Engine(const std::string& installRoot) : home(installRoot), updater(home) {}
+
+  const std::string& home;
+  std::mutex busy;
+  Updater updater;
+};
+
+BvUpdate::BvUpdate(BvUpdateKind kind) : ready(false) {
+  const std::string* installRoot = home();
+  if (installRoot == nullptr || kind != UPDATE_KIND_COMPONENTS) {
+    VESK::Log::LogByLevel(
+        VESK::LOG_NORMAL, "update: not ready: %s",
+        installRoot == nullptr ? "BvUpdateInit::Init has not succeeded" : "unknown kind of update");
+    return;
+  }
+  engine = std::make_unique<Engine>(*installRoot);
+  ready = true;
+}
+
+BvUpdate::~BvUpdate() = default;
+
+bool BvUpdate::isRunning(std::string& text) {
+  const std::string* installRoot = home();
+  text = installRoot != nullptr ? lockHolder(*installRoot) : std::string();
+  return !text.empty();
+}
+
+BvUpdateRet BvUpdate::download(BvUpdateType type, std::string& version, bool force) {
+  version.clear();
+  const char* name = knownName(type);
+  if (!ready || name == nullptr) return UPDATE_FAILED;
+  const std::lock_guard guard(engine->busy);
+  const BvUpdateRet result = engine->updater.download(name, force);
+  version = Store(engine->home, name).version();
+  return result;
+}
+
+BvUpdateRet BvUpdate::rollback(BvUpdateType type, int source) {
+  const char* name = knownName(type);
+  if (!ready || name == nullptr) return UPDATE_FAILED;
+  const std::lock_guard guard(engine->busy);
+  const BvUpdateRet result = engine->updater.goBack(name);
+  logAUEvent(source, type, result);
+  return result;
+}
+
+int BvUpdate::getAvailVersion(BvUpdateType type, std::string& first, std::string& second,
+                              bool cached) {
+  first.clear();
+  second.clear();
+  const char* name = knownName(type);
+  if (!ready || name == nullptr) return 2;
+  const std::lock_guard guard(engine->busy);
+  second = engine->updater.available(name, cached);
+  if (second.empty()) return 2;
+  first = name;
+  return 0;
+}
+
+// Always asks the folder, which costs no more than a memory of it.
+int BvUpdate::getDBVersion(BvUpdateType type, std::string& first, std::string& second, bool) {
+  second.clear();
+  const char* name = knownName(type);
+  first = name != nullptr ? name : "";
+  if (!ready || name == nullptr) return 1;
+  second = Store(engine->home, name).version();
+  return second.empty() ? 1 : 0;
+}
+
+void BvUpdate::logAUEvent(int source, BvUpdateType type, BvUpdateRet result) {
+  const Stopwatch since;
+  Failure failure;
+  if (ready && !appendEvent(engine->home, source, type, result, failure)) {
+    logFailure("event log", "log/update-events.log", failure, since);
+  }
+}
+
+void BvUpdate::setUploadNumber() {
+  const Stopwatch since;
+  Failure failure;
+  if (ready && !countUpload(engine->home, failure)) {
+    logFailure("upload number", "data/update/upload-number", failure, since);
+  }
+}
