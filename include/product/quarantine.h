@@ -1,9 +1,9 @@
 // The product's end-user quarantine.
 //
-// Everything is kept in data/euq below the install root: switches, registration and the state of
-// the two jobs in euq.db, messages in area1.db to area9.db. The functions that return int give 0 on
-// success or a code of EuqResult, and a failure leaves one line in the log. Nothing throws. May be
-// called from several threads and processes at once.
+// Everything is kept in data/euq/euq.db below the install root, an SQLite database: switches,
+// registration, the messages of all areas and the state of the two jobs. The functions that return
+// int give 0 on success or a code of EuqResult, and a failure leaves one line in the log. Nothing
+// throws. May be called from several threads and processes at once.
 //
 // Transfer and removal of the data are jobs: the start returns at once, and the work is done by a
 // process of its own, bin/euqjob below the install root, which goes on when the console ends. A job
@@ -26,9 +26,11 @@ enum EuqResult : int {
   EUQ_DATABASE = 5,
   EUQ_NOT_STARTED = 6,  // the job's process
   EUQ_NOT_ENABLED = 7,
-  EUQ_NO_JOB = 8,       // nothing to cancel
-  EUQ_CANCELLED = 9,    // result of a job
-  EUQ_INTERRUPTED = 10  // result of a job whose process died
+  EUQ_NO_JOB = 8,        // nothing to cancel
+  EUQ_CANCELLED = 9,     // result of a job
+  EUQ_INTERRUPTED = 10,  // result of a job whose process died
+  EUQ_NOT_EMPTY = 11,    // an area that still holds messages
+  EUQ_NO_AREA = 12       // all nine areas are registered
 };
 
 // Opens the store, making it when it is not there. Without it every other function fails.
