@@ -1,0 +1,99 @@
+#include "Exchange.h"
+
+#include "Request.h"
+
+namespace VESK::agent {
+
+namespace {
+
+// Of the status line and the header fields, also of answers that only announce another one.
+constexpr std::size_t MOST_HEADER_BYTES = 64 * 1024;
+
+Failure timeOut(CURL* handle, const char* words) {
+  curl_off_t connected = 0;
+  curl_easy_getinfo(handle, CURLINFO_CONNECT_TIME_T, &connected);
+  if (connected == 0) return {"timed out while connecting", hint::REACH, words};
+  return {"timed out before the answer was whole", hint::SLOW, words};
+}
+
+}  // namespace
+
+EasyHandle newHandle() {
+  static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+  return EasyHandle(ready == CURLE_OK ? curl_easy_init() : nullptr);
+}
+
+Post::Post(const char* operation, std::string bytes, std::size_t limit)
+    : body(std::move(bytes)), answerLimit(limit) {
+  const std::string action =
+      std::string("SOAPAction: \"") + AGENT_NAMESPACE + "#" + operation + "\"";
+  // Without the last one, a long request waits for leave that simple servers never give.
+  for (const char* line : {"Content-Type: text/xml; charset=utf-8", action.c_str(), "Expect:"}) {
+    curl_slist* longer = curl_slist_append(headers.get(), line);
+    if (longer == nullptr) continue;
+    static_cast<void>(headers.release());
+    headers.reset(longer);
+  }
+}
+
+void Exchange::prepare(CURL* handle, const std::string& url, const Post& post) {
+  answerLimit = post.answerLimit;
+  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http");
+  curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  curl_easy_setopt(handle, CURLOPT_PROXY, "");
+  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  // A resolver that hangs is not waited for.
+  curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, post.limits.connectSeconds);
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT, post.limits.totalSeconds);
+  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, post.headers.get());
+  curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
+  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, post.body.data());
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Exchange::takeBody);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+  curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &Exchange::takeHeader);
+  curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, words);
+}
+
+std::size_t Exchange::takeBody(char* bytes, std::size_t size, std::size_t count, void* object) {
+  auto& exchange = *static_cast<Exchange*>(object);
+  const std::size_t length = size * count;
+  exchange.tooLong = length > exchange.answerLimit - exchange.answer.size();
+  if (exchange.tooLong) return 0;
+  exchange.answer.append(bytes, length);
+  return length;
+}
+
+std::size_t Exchange::takeHeader(char*, std::size_t size, std::size_t count, void* object) {
+  auto& exchange = *static_cast<Exchange*>(object);
+  exchange.headerBytes += size * count;
+  exchange.tooLong = exchange.headerBytes > MOST_HEADER_BYTES;
+  return exchange.tooLong ? 0 : size * count;
+}
+
+Failure Exchange::failure(CURL* handle, CURLcode code) const {
+  if (tooLong) return {"the answer is too long", hint::DIALECT};
+  switch (code) {
+    case CURLE_OK:
+      return {};
+    case CURLE_OPERATION_TIMEDOUT:
+      return timeOut(handle, words);
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return {"the name of the host is not known", hint::REACH, words};
+    case CURLE_COULDNT_CONNECT:
+      return {"no connection", hint::REACH, words};
+    case CURLE_PARTIAL_FILE:
+    case CURLE_GOT_NOTHING:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+      return {"the answer was cut short", hint::AGENT_LOG, words};
+    default:
+      return {curl_easy_strerror(code), hint::DIALECT, words};
+  }
+}
+
+}  // namespace VESK::agent
