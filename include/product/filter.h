@@ -1,23 +1,41 @@
 // The product's content filters, as far as keyword expressions are checked with them.
 //
 // A keyword expression is what an administrator writes into a content rule; docs/keywords.md has
-// the grammar and examples:
+// examples, what each becomes, and what is refused:
 //
 //   expression  = term { OR term }            operators in capitals, between blanks
 //   term        = factor { [ AND ] factor }   neighbours without an operator are an AND
 //   factor      = [ NOT ] ( word | "phrase" | /regular expression/ | "(" expression ")" )
 //
-// In words and phrases `*` stands for any characters of one word and `?` for one of them; a
+// In words and phrases `*` stands for any letters and digits of one word and `?` for one of them; a
 // backslash takes the meaning of the character behind it away. Capitals do not matter. The empty
 // expression matches nothing and is valid.
+//
+// Texts are UTF-8; a surrogate pair in two groups of three bytes, as a Java VM writes it, is taken
+// for the character that it means. Nothing here throws for what is in a text.
 #ifndef VESK_PRODUCT_FILTER_H
 #define VESK_PRODUCT_FILTER_H
 
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
-class VeskFilterInput;   // what a filter looks at; the scanner's own
-class VeskFilterResult;  // what it found
+namespace VESK::filter {
+class Pattern;
+}
+
+// What a filter looks at. Bytes that are no UTF-8 match nothing.
+class VeskFilterInput {
+ public:
+  std::string_view text;  // borrowed
+};
+
+class VeskFilterResult {
+ public:
+  bool matched = false;
+  bool gaveUp = false;  // nobody knows: the search took too many steps; the log says so
+};
 
 // Base of every filter. The order of the virtual functions is fixed: scanners are built against it.
 class VeskFilter {
@@ -47,24 +65,33 @@ class ContexFilterP : public VeskFilter {
   virtual bool matchAll(const VeskFilterInput& input, VeskFilterResult& result) = 0;
 };
 
+// A filter by a regular expression in PCRE2's syntax. `match` may be called by several threads, the
+// rest by one.
 class ContentFilter : public VeskFilter {
  public:
+  // False when KeywordList::valReg refuses the expression: the filter then matches nothing.
   bool init(const char* definition) override;
+  // Capitals matter unless the expression says (?i). Ends after a bounded number of steps: in some
+  // tenths of a second in a text of a million characters.
   bool match(const VeskFilterInput& input, VeskFilterResult& result) override;
-  void reset() override;
+  void reset() override;  // as before init
   const char* filterName() const override;
 
  protected:
   std::string pattern;  // the regular expression; empty until init
+
+ private:
+  std::shared_ptr<const VESK::filter::Pattern> compiled;
 };
 
+// A filter by a keyword expression.
 class scanContentFilter : public ContentFilter {
  public:
   bool init(const char* definition) override;
-  // The regular expression (PCRE2 syntax, UTF-8) that finds what the keyword expression asks for.
-  // An expression that is wrong gives one that no validator accepts, and the log says where and
-  // why. Never throws; time and memory grow with the length, which may not be more than 10,000
-  // characters.
+  // The regular expression (PCRE2 syntax, for UTF-8 and Unicode's letters) that finds what the
+  // keyword expression asks for. An expression that is wrong, null or longer than 10,000 characters
+  // gives one that no validator accepts, and the log says where and why. Time and memory grow with
+  // the length.
   std::string convertToRegEx(const char* expression);
   const char* filterName() const override;
 };
@@ -77,9 +104,9 @@ class scanContentSubjectFilter : public scanContentFilter {
 
 class KeywordList {
  public:
-  // Whether the regular expression compiles, within limits on its size, depth and look-behind, and
-  // ends on every text within a bounded number of steps: the log says what is wrong, and where.
-  // Takes at most 50 ms.
+  // Whether the regular expression can be used: it compiles (at most 256 KiB, parentheses 200
+  // deep), and does not run away on short texts made from it that almost fit. The log says what is
+  // wrong, and where. The answer depends on nothing but the expression and takes at most 50 ms.
   bool valReg(const char* regularExpression) const;
 };
 

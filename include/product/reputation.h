@@ -3,7 +3,8 @@
 // The wide texts hold one byte of the caller's text in each character: values outside ASCII are
 // refused by quorSetServerConfigEx. Every function returns 0 on success, else a code of
 // quorResult; a failure leaves one line in the log, without the password. The set functions set the
-// process's one configuration; a check uses the records that it is given. Nothing here throws.
+// process's one configuration; a check uses the records that it is given, and for a null record the
+// one that was set. All may be called by several threads at once. Nothing here throws.
 #ifndef VESK_PRODUCT_REPUTATION_H
 #define VESK_PRODUCT_REPUTATION_H
 
