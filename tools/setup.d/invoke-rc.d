@@ -7,7 +7,7 @@ real=/usr/bin/$tool
 [ -x "$real" ] || real=/usr/sbin/$tool
 for argument; do
   case ${argument%.service} in
-    slapd | krb5-kdc | krb5-admin-server | smbd | nmbd | samba-ad-dc | postfix* | postgresql*)
+    slapd | lighttpd | krb5-kdc | krb5-admin-server | smbd | nmbd | samba-ad-dc | postfix* | postgresql*)
       own=${argument%.service}
       ;;
   esac
