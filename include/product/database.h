@@ -3,13 +3,14 @@
 //
 // Texts are NUL-terminated UTF-8. Nothing here throws; a failure leaves one line in the log,
 // without the password. A connection with its statements belongs to one thread at a time; different
-// ones are independent. Waits end with the time-outs given to connect.
+// ones are independent. Waits end with the time-outs given to connect, but for what
+// docs/product-libraries.md tells.
 //
 // Settings read, section "admin_db": "driver" (name of an ODBC driver or its library; default
 // "SQLite3"), "server" (host, host:port or the folder of a Unix socket; default none), "database"
-// (its name; for SQLite its file, default data/admin.db below the install root), "user" (default
-// none), "password_file" (a file of mode 0600 or stricter whose first line is the password; default
-// none).
+// (its name; for SQLite its file, default data/admin.db; a path that does not begin with / counts
+// from the install root), "user" (default none), "password_file" (a file of mode 0600 or stricter,
+// of this account or root, whose first line is the password, at most 256 bytes; default none).
 #ifndef VESK_PRODUCT_DATABASE_H
 #define VESK_PRODUCT_DATABASE_H
 
@@ -37,6 +38,10 @@ class VeskConfigFileManager {
 
 namespace VESK {
 
+namespace database {
+class Link;
+}
+
 // One row at a time.
 class BvDBResultset {
  public:
@@ -45,9 +50,9 @@ class BvDBResultset {
   BvDBResultset& operator=(const BvDBResultset&) = delete;
 
   int next();  // 0: moved onto a row; 1: there are no more; -1: failed
-  // 0: *value is the text of the column in this row, of any length, and lives until next is called
-  // or the statement released. 1: the value is NULL, and *value is null. -1: no such column (names
-  // are compared without regard to capitals), no row, or the read failed; *value is null.
+  // 0: *value is the text of the column in this row, of any length, and lives until next or
+  // excuteQuery is called or the statement released. 1: the value is NULL, and *value is null. -1:
+  // no such column (ASCII capitals are no difference), no row, or the read failed; *value is null.
   int getString(const char* column, const char** value);
 
  private:
@@ -69,6 +74,7 @@ class BvDBStatement {
 
  private:
   friend class BvDBConnection;
+  friend class BvDBResultset;
   struct Handle;
   explicit BvDBStatement(std::unique_ptr<Handle> handle);
   std::unique_ptr<Handle> handle;
@@ -82,20 +88,23 @@ class BvDBConnection {
   BvDBConnection(const BvDBConnection&) = delete;
   BvDBConnection& operator=(const BvDBConnection&) = delete;
 
-  // The first four texts of AdminDBSetting. `loginTimeout` and `statementTimeout` are seconds;
-  // `attempts` is how often a refused connection is tried, and `retryDelay` the seconds between. 0
-  // on success, -1 on failure.
+  // The first four texts of AdminDBSetting; null is the empty text. `loginTimeout` and
+  // `statementTimeout` are seconds, 0 for no limit of this library's; a prepare, a query and a step
+  // to the next row have the statement's time each. `attempts` is how often the connection is tried
+  // at most, and `retryDelay` the seconds between. A SQLite file that is missing is not made. 0 on
+  // success, -1 on failure; an earlier connection ends either way, once its statements are
+  // released.
   int connect(const char* driver, const char* server, const char* database, const char* user,
               int loginTimeout, int attempts, int statementTimeout, int retryDelay);
-  // 0: *statement is to be given back with releaseStatement before the connection goes. -1: the
-  // text is no statement of the database (its tables and columns included), or there is no
+  // 0: *statement is to be given back with releaseStatement, before or after the connection goes.
+  // -1: the text is no query of the database (its tables and columns included), or there is no
   // connection; *statement is null.
   int prepareStatement(const char* sql, BvDBStatement** statement);
   void releaseStatement(BvDBStatement* statement);  // null is allowed
 
  private:
-  struct Link;
-  std::unique_ptr<Link> link;
+  const int version;
+  std::shared_ptr<database::Link> link;
 };
 
 }  // namespace VESK

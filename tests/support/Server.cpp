@@ -54,11 +54,17 @@ int Server::run(const Words& command, const std::string& output) {
 
 bool Server::start(const Words& command, int port, const std::string& output,
                    const std::string& input) {
+  return start(
+      command, [port] { return connectTo(port, 1s).open(); }, output, input);
+}
+
+bool Server::start(const Words& command, const std::function<bool()>& ready,
+                   const std::string& output, const std::string& input) {
   child = spawn(command, output, input);
   const auto deadline = Clock::now() + 30s;
   int status = 0;
   while (!endsWithin(child, 10ms, status)) {
-    if (connectTo(port, 1s).open()) return true;
+    if (ready()) return true;
     if (Clock::now() > deadline) {
       stop();
       return false;

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ class Server {
 
   // True when the port takes connections.
   bool start(const Words& command, int port, const std::string& output,
+             const std::string& input = "/dev/null");
+  // True when `ready` is.
+  bool start(const Words& command, const std::function<bool()>& ready, const std::string& output,
              const std::string& input = "/dev/null");
   void stop();
 
