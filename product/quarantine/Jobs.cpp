@@ -15,8 +15,10 @@ using namespace VESK::quarantine;
 
 enum class State { UNKNOWN, NONE, RUNNING, ENDED };  // UNKNOWN is in the log
 
-bool sameRun(const JobRecord& one, const JobRecord& other) {
-  return one.run == other.run && !other.ended;
+void markInterrupted(JobRecord& job) {
+  job.ended = true;
+  job.code = EUQ_INTERRUPTED;
+  job.reason = "the job's process died";
 }
 
 State look(const char* step, Kind kind, JobRecord& job) {
@@ -24,15 +26,13 @@ State look(const char* step, Kind kind, JobRecord& job) {
   const JobLock lock(step, options);
   if (!lock.open()) return State::UNKNOWN;
   Store store(step, options);
-  for (job = readRecord(store, kind); !job.ended; job = readRecord(store, kind)) {
+  job = readRecord(store, kind);
+  while (!job.ended) {
     if (lock.held(kind)) return State::RUNNING;
     // Without its lock it has recorded its end by now, or never will.
-    const JobRecord again = readRecord(store, kind);
-    if (!store.good() || !sameRun(job, again)) continue;
-    job = again;
-    job.ended = true;
-    job.code = EUQ_INTERRUPTED;
-    job.reason = "the job's process died";
+    const long long run = job.run;
+    job = readRecord(store, kind);
+    if (job.run == run && !job.ended) markInterrupted(job);
   }
   if (!store.good()) return State::UNKNOWN;
   return job.run == 0 ? State::NONE : State::ENDED;
