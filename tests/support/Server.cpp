@@ -20,7 +20,7 @@ constexpr const char* TOOLS = VESK_SOURCE_DIR "/tools/";
 
 // Starts a tool with both outputs in one file. The child dies with this process.
 pid_t spawn(const Server::Words& command, const std::string& output, const std::string& input) {
-  const std::string tool = TOOLS + command[0];
+  const std::string tool = command[0].starts_with('/') ? command[0] : TOOLS + command[0];
   std::vector<char*> words;
   for (const std::string& word : command) words.push_back(const_cast<char*>(word.c_str()));
   words.push_back(nullptr);

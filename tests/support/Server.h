@@ -17,7 +17,9 @@ class Server {
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
-  // Runs the tool to its end; gives its status. Input and output are files; "" is no input.
+  // A command is the name of a tool, or a full path, and its arguments.
+  //
+  // Runs it to its end; gives its status. Input and output are files; "" is no input.
   static int run(const Words& command, const std::string& output);
 
   // True when the port takes connections.
