@@ -12,7 +12,10 @@ namespace VESK::reputation {
 namespace {
 
 constexpr std::size_t LONGEST_ANSWER = 4096;
-constexpr long PROXY_WANTS_PASSWORD = 407;
+
+// The number that says so, and the one that some proxies use for a wrong password. The
+// service itself asks for none.
+bool wantsPassword(long status) { return status == 407 || status == 401; }
 
 struct Cleanup {
   void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -97,7 +100,7 @@ Outcome judgeAnswer(const std::string& answer) {
 }
 
 Outcome proxyRefused(long status) {
-  if (status == PROXY_WANTS_PASSWORD) {
+  if (wantsPassword(status)) {
     return failure(QUOR_PROXY_REFUSED, status, "proxy", "user or password refused",
                    "check user and password of the proxy");
   }
@@ -107,7 +110,7 @@ Outcome proxyRefused(long status) {
 
 Outcome judgeStatus(const Target& target, long status, const std::string& answer) {
   if (status == 200) return judgeAnswer(answer);
-  if (status == PROXY_WANTS_PASSWORD && !target.proxy.empty()) return proxyRefused(status);
+  if (wantsPassword(status) && !target.proxy.empty()) return proxyRefused(status);
   return failure(QUOR_BAD_ANSWER, status, "answer", "HTTP status " + std::to_string(status),
                  "the service's own log says more; with a proxy it may be the proxy's answer");
 }
@@ -121,13 +124,15 @@ Outcome judgeTunnel(long status) {
 }
 
 Outcome judgeTls(CURL* curl, CURLcode code) {
+  constexpr long UNSPECIFIED = 1;
   long verified = 0;
   curl_easy_getinfo(curl, CURLINFO_SSL_VERIFYRESULT, &verified);
   if (code != CURLE_PEER_FAILED_VERIFICATION) {
     return failure(QUOR_TLS_FAILED, code, "TLS", "no secure connection",
                    "does the server speak TLS at that port?");
   }
-  if (verified != 0) {
+  // Until the chain was looked at, it is "unspecified"; the name comes first.
+  if (verified != 0 && verified != UNSPECIFIED) {
     return failure(QUOR_TLS_FAILED, code, "TLS", "the certificate is not trusted",
                    "name the authority's PEM file as ca_file in section reputation of vesk.ini");
   }
