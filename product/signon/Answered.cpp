@@ -20,7 +20,7 @@ namespace VESK::signon {
 
 namespace {
 
-constexpr int MOST_KEPT = 10000;
+constexpr int MOST_KEPT = 1000;
 // A clock that is set back makes no session young whose file is gone.
 constexpr std::int64_t KEPT_LONGER = 3600;
 constexpr auto PATIENCE = std::chrono::seconds(2);
