@@ -8,7 +8,9 @@
 // Transfer and removal of the data are jobs: the start returns at once, and the work is done by a
 // process of its own, bin/euqjob below the install root, which goes on when the console ends. A job
 // that is killed leaves every message whole and in one place, and its result says so; the next
-// start of the same job goes on with what is left. One job runs at a time.
+// start of the same job goes on with what is left. One job runs at a time, and what arrives after
+// its start is not part of it. While it runs, data/euq/progress is one line, renewed a few times a
+// second: "transfer" or "remove", messages done, messages in all.
 //
 // Settings read, section "euq": "busy_timeout" (milliseconds to wait for the database, default
 // 5000), "batch" (messages in one transaction, default 1000).

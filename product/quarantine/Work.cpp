@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
+#include <fstream>
 
 #include "JobRecord.h"
 #include "Store.h"
@@ -35,6 +37,29 @@ constexpr Queries REMOVE{
     "SELECT id FROM message WHERE id > ?1 AND id <= ?2 AND ?3 = 0 ORDER BY id LIMIT ?4",
     "DELETE FROM message WHERE id = ?1 AND ?2 = 0"};
 
+// For whoever does not read the database: kind, done and total in one line. A comfort only, so that
+// what goes wrong with it is not told.
+class ProgressFile {
+ public:
+  explicit ProgressFile(const Options& options)
+      : file(options.folder() + "/progress"), fresh(file + ".new") {}
+  ~ProgressFile() { ::unlink(file.c_str()); }
+  ProgressFile(const ProgressFile&) = delete;
+  ProgressFile& operator=(const ProgressFile&) = delete;
+
+  void show(const JobRecord& job) {
+    if (Clock::now() < next) return;
+    next = Clock::now() + std::chrono::milliseconds(200);
+    std::ofstream(fresh) << nameOf(job.kind) << ' ' << job.done << ' ' << job.total << '\n';
+    std::rename(fresh.c_str(), file.c_str());
+  }
+
+ private:
+  const std::string file;
+  const std::string fresh;
+  Clock::time_point next{};
+};
+
 class Work {
  public:
   Work(const Options& given, Store& opened, const JobRecord& record, const JobLock& held)
@@ -42,12 +67,14 @@ class Work {
         store(opened),
         job(record),
         lock(held),
+        progress(given),
         queries(record.kind == Kind::TRANSFER ? TRANSFER : REMOVE) {}
 
   int run() {
     if (!begin()) return EUQ_DATABASE;
     while (batch()) {
       if (lock.cancelled(job.run)) return EUQ_CANCELLED;
+      progress.show(job);
       ::usleep(GAP);
     }
     return store.code();
@@ -78,6 +105,7 @@ class Work {
     }
     next.with();
     store.run("UPDATE job SET done = done + ? WHERE run = ?", count, job.run);
+    job.done += count;
     return transaction.commit() && count > 0;
   }
 
@@ -85,6 +113,7 @@ class Work {
   Store& store;
   JobRecord job;
   const JobLock& lock;
+  ProgressFile progress;
   const Queries& queries;
   long long position = 0;
 };
@@ -114,6 +143,7 @@ bool work(const Options& options, Kind kind, long long run, const JobLock& lock)
     Store store(nameOf(kind), options);
     job = readRecord(store, kind);
     if (job.run != run || job.ended) return false;
+    Log::LogByLevel(LOG_DETAIL, "quarantine: %s begins", nameOf(kind));
     code = Work(options, store, job, lock).run();
     reason = code == EUQ_CANCELLED ? "cancelled" : store.reason();
   }

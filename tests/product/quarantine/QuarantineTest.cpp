@@ -90,13 +90,13 @@ class QuarantineTest : public testing::Test {
 
   std::string ask(const std::string& sql) const { return Other(database).ask(sql); }
 
-  void fill(int area, int messages) {
+  void fill(int area, int messages, int size = 500) {
     while (ask("SELECT count(*) FROM area WHERE number = " + std::to_string(area)) == "0") {
       ASSERT_EQ(0, regist_euq(("scanner " + std::to_string(registered++)).c_str()));
     }
     ASSERT_EQ(
         0, Server::run({"sample-euq", "--home", home.dir.path(""), "--area", std::to_string(area),
-                        "--messages", std::to_string(messages), "--size", "3000"},
+                        "--messages", std::to_string(messages), "--size", std::to_string(size)},
                        home.dir.path("fill.out")))
         << home.dir.read("fill.out");
   }
@@ -259,6 +259,7 @@ TEST_F(QuarantineTest, TransferTellsHowFarItIsAndWhatItCameTo) {
   ASSERT_EQ(0, transfer_euq_data(2));
   long long done = 0;
   int steps = 0;
+  std::string shown;
   for (long long now, total;; done = now) {
     const bool told = get_transfer_euq_result(none.code, none.text);
     if (!get_euq_progress(now, total)) break;
@@ -266,8 +267,11 @@ TEST_F(QuarantineTest, TransferTellsHowFarItIsAndWhatItCameTo) {
     EXPECT_TRUE(total == 5000 || now == 0) << total;
     EXPECT_LE(done, now);
     steps += now > done;
+    if (now > done) shown = home.dir.read("data/euq/progress");
   }
   EXPECT_GT(steps, 3);
+  EXPECT_THAT(shown, testing::MatchesRegex("transfer [0-9]+ 5000\n"));
+  EXPECT_FALSE(fs::exists(home.dir.path("data/euq/progress")));
   EXPECT_EQ("5000 of 5000 messages moved to area 2", transferred().text);
   EXPECT_EQ(0, elsewhere([] { return transferred().code; }));
   EXPECT_EQ(6000, inArea(2));
@@ -278,7 +282,7 @@ TEST_F(QuarantineTest, TransferTellsHowFarItIsAndWhatItCameTo) {
 // Wherever it is hit: what it says is what it did, and the next one does the rest.
 TEST_F(QuarantineTest, KilledJobsLeaveEveryMessageWholeInOnePlace) {
   constexpr int ALL = 6000;
-  fill(1, ALL);
+  fill(1, ALL, 3000);
   fill(2, 0);
   Home::set("euq", "batch", "50");
   std::mt19937 random(20261121);
@@ -484,7 +488,7 @@ TEST_F(QuarantineTest, FullDiskLosesNothing) {
         !init_euq_lib()) {
       return 97;
     }
-    fill(1, 4000);
+    fill(1, 4000, 5000);
     fill(2, 0);
     const Other keeper(database);
     struct statvfs room {};
