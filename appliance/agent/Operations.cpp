@@ -1,8 +1,10 @@
 #include "Operations.h"
 
-#include <functional>
+#include <algorithm>
 #include <map>
 #include <utility>
+
+#include "Message.h"
 
 namespace agent {
 namespace {
@@ -51,6 +53,79 @@ void patchSetNotify(const Call& call) {
   call.answer.add("accepted", notification.size() <= longest && call.record(notification));
 }
 
+Area areaOf(const Call& call, bool postponed) {
+  if (postponed) return Area::postponed;
+  return call.request.flag("archived") ? Area::archive : Area::quarantine;
+}
+
+template <bool postponed>
+void getWholeMsg(const Call& call) {
+  const Area area = areaOf(call, postponed);
+  const std::string target = call.request.text("target");
+  Descriptor message = call.agent.quarantine.open(area, call.request.text("reference"));
+  call.answer.add("accepted",
+                  message && call.agent.quarantine.exportTo(target, std::move(message)));
+}
+
+// More than a console takes is not sent.
+constexpr std::size_t longestHeader = 2047;
+
+template <bool postponed>
+void getMsgHeader(const Call& call) {
+  const Area area = areaOf(call, postponed);
+  const Message message(call.agent.quarantine.open(area, call.request.text("reference")));
+  call.answer.add("accepted", message.readable())
+      .add("header", message.readable() ? message.header(longestHeader) : "");
+}
+
+std::size_t sizeOf(const Call& call, const char* name) {
+  constexpr std::int32_t largest = 1 << 20;
+  const std::int32_t size = call.request.number(name);
+  if (size < 0) throw Fault("Client", std::string("element ") + name + " is negative");
+  return static_cast<std::size_t>(std::min(size, largest));
+}
+
+template <bool postponed>
+void getEUQMsgDetail(const Call& call) {
+  const Area area = areaOf(call, postponed);
+  const std::size_t first = sizeOf(call, "firstSize");
+  const std::size_t second = sizeOf(call, "secondSize");
+  const Message message(call.agent.quarantine.open(area, call.request.text("reference")));
+  const bool readable = message.readable();
+  call.answer.add("accepted", readable)
+      .add("first", readable ? message.text(first) : "")
+      .add("second", readable ? message.attachments(second) : "");
+}
+
+struct LogNumber {
+  const char* name;
+  std::int32_t LogPage::*member;
+};
+// In the order of the answer, where inode and offset come before the last.
+constexpr LogNumber logNumbers[] = {
+    {"pagesize", &LogPage::pagesize},     {"pagecount", &LogPage::pagecount},
+    {"totalcount", &LogPage::totalcount}, {"pagenumber", &LogPage::pagenumber},
+    {"starttime", &LogPage::starttime},   {"endtime", &LogPage::endtime},
+};
+
+void getMTALog(const Call& call) {
+  LogPage page;
+  page.keyword = call.request.text("keyword");
+  page.fileName = call.request.text("fileName");
+  page.mode = call.request.number("mode");
+  for (const LogNumber& number : logNumbers) {
+    page.*number.member = call.request.number(number.name);
+  }
+  page.inode = call.request.unsignedNumber("inode");
+  page.offset = call.request.unsignedNumber("offset");
+  page.year = call.request.number("year");
+  call.answer.add("accepted", call.agent.mailLog.get(page))
+      .add("fileName", page.fileName)
+      .add("events", page.events);
+  for (const LogNumber& number : logNumbers) call.answer.add(number.name, page.*number.member);
+  call.answer.add("inode", page.inode).add("offset", page.offset).add("year", page.year);
+}
+
 using Work = void (*)(const Call&);
 
 const std::map<std::string, Work>& operations() {
@@ -62,6 +137,13 @@ const std::map<std::string, Work>& operations() {
       {"PatchSetNotify", patchSetNotify},
       {"PostSetNotify", told},
       {"sendQueueManagerAction", code<action>},
+      {"getWholeMsg", getWholeMsg<false>},
+      {"getWholeMsg_PE", getWholeMsg<true>},
+      {"getMsgHeader", getMsgHeader<false>},
+      {"getMsgHeader_PE", getMsgHeader<true>},
+      {"getEUQMsgDetail", getEUQMsgDetail<false>},
+      {"getEUQMsgDetail_PE", getEUQMsgDetail<true>},
+      {"getMTALog", getMTALog},
   };
   return table;
 }

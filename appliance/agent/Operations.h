@@ -5,7 +5,9 @@
 #include <string>
 
 #include "Events.h"
+#include "MailLog.h"
 #include "Misbehaviour.h"
+#include "Quarantine.h"
 #include "Soap.h"
 
 namespace agent {
@@ -14,6 +16,8 @@ namespace agent {
 struct Agent {
   Misbehaviour misbehaviour;
   Events events;
+  Quarantine quarantine;
+  MailLog mailLog;
 };
 
 bool isOperation(const std::string& name);

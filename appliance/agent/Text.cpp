@@ -28,7 +28,7 @@ Form formOf(unsigned char first) {
 }
 
 bool allowed(std::uint32_t code) {
-  if (code < 0x20) return code == '\t' || code == '\n';
+  if (code < 0x20) return code == '\t' || code == '\n' || code == '\r';
   return (code < 0xD800 || code > 0xDFFF) && code != 0xFFFE && code != 0xFFFF && code <= 0x10FFFF;
 }
 
@@ -53,6 +53,7 @@ Character next(std::string_view text) {
 std::string cleanText(std::string_view raw, std::size_t limit) {
   std::string text;
   while (!raw.empty()) {
+    if (raw.starts_with("\r\n")) raw.remove_prefix(1);
     const Character character = next(raw);
     const std::string_view bytes = character.valid ? raw.substr(0, character.length) : replacement;
     if (bytes.size() > limit - text.size()) break;

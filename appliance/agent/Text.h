@@ -8,7 +8,8 @@
 
 namespace agent {
 
-// Bytes that are no UTF-8 and characters that XML does not allow become U+FFFD. Ends at the end of
+// Bytes that are no UTF-8 and characters that XML does not allow become U+FFFD; a line ends with
+// a line feed alone. Ends at the end of
 // the last character that fits into `limit` bytes.
 std::string cleanText(std::string_view raw, std::size_t limit = std::string::npos);
 

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "HttpServer.h"
+#include "Message.h"
 #include "Options.h"
 
 namespace {
@@ -46,7 +47,10 @@ int run(const agent::Options& options) {
   const sigset_t ends = blockSignals();
   limitDescriptors();
   limitStacks();
-  agent::Agent agent{options.misbehaviour, agent::Events(options.events)};
+  agent::Message::initialise();
+  agent::Agent agent{options.misbehaviour, agent::Events(options.events),
+                     agent::Quarantine(options.spool, options.exportFolder),
+                     agent::MailLog(options.mailLog)};
   agent::HttpServer server(agent);
   const int port = server.start(options.host, options.port);
   if (port == 0) {

@@ -1,0 +1,88 @@
+#include "MailLog.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "LogWalk.h"
+
+namespace agent {
+namespace {
+
+constexpr std::size_t keptPlaces = 4096;
+constexpr std::size_t longestKeyword = 1024;
+constexpr std::size_t longestName = 127;
+
+std::int32_t atMostInt(std::uint64_t count) {
+  constexpr std::uint64_t most = std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(std::min(count, most));
+}
+
+void setCounts(LogPage& page, std::uint64_t events) {
+  page.totalcount = atMostInt(events);
+  if (page.pagesize == 0) return;
+  const auto size = static_cast<std::uint64_t>(page.pagesize);
+  page.pagecount = atMostInt((events + size - 1) / size);
+}
+
+}  // namespace
+
+MailLog::Key MailLog::keyOf(const LogPage& page) {
+  return {page.keyword, page.mode,  page.pagesize, page.starttime,
+          page.endtime, page.inode, page.offset};
+}
+
+std::optional<LogPlace> MailLog::placeOf(const LogPage& page) {
+  const std::lock_guard lock(mutex);
+  const auto found = places.find(keyOf(page));
+  if (page.inode == 0 || found == places.end() || page.pagenumber < found->second.nextPage ||
+      page.pagenumber > found->second.lastNextPage) {
+    return std::nullopt;
+  }
+  return found->second;
+}
+
+void MailLog::remember(const LogPage& page, LogPlace place) {
+  const std::lock_guard lock(mutex);
+  const auto [entry, added] = places.insert_or_assign(keyOf(page), std::move(place));
+  if (added) order.push_back(entry->first);
+  if (order.size() <= keptPlaces) return;
+  places.erase(order.front());
+  order.pop_front();
+}
+
+bool MailLog::get(LogPage& page) {
+  if (page.mode < 0 || page.mode > 1 || page.pagesize < 0 || page.pagenumber < 1 ||
+      page.keyword.size() > longestKeyword) {
+    return false;
+  }
+  std::vector<LogFile> logs = files.list();
+  if (logs.empty()) return false;
+  LogWalk walk(files, std::move(logs), page);
+  std::optional<LogPlace> asked = placeOf(page);
+  const bool there = !asked || walk.startAt(*asked);
+  const auto before =
+      static_cast<std::uint64_t>(page.pagenumber - 1) * static_cast<std::uint64_t>(page.pagesize);
+  const std::uint64_t skipped = asked ? 0 : walk.skip(before);
+  const std::int32_t taken = there ? walk.take(page) : 0;
+  if (page.pagenumber == 1 || (!asked && page.totalcount == 0)) {
+    setCounts(page, skipped + static_cast<std::uint64_t>(taken) + walk.countRest());
+  }
+  const std::int32_t next = page.pagenumber == std::numeric_limits<std::int32_t>::max()
+                                ? page.pagenumber
+                                : page.pagenumber + 1;
+  if (taken > 0) {
+    LogPlace place = walk.place();
+    place.nextPage = place.lastNextPage = next;
+    page.fileName = walk.file().name.substr(0, longestName);
+    page.inode = static_cast<std::uint32_t>(place.inode);
+    page.offset = static_cast<std::uint32_t>(place.offset);
+    remember(page, std::move(place));
+  } else if (asked) {
+    asked->lastNextPage = next;
+    remember(page, std::move(*asked));
+  }
+  return true;
+}
+
+}  // namespace agent
