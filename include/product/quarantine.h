@@ -12,8 +12,8 @@
 // its start is not part of it. While it runs, data/euq/progress is one line, renewed a few times a
 // second: "transfer" or "remove", messages done, messages in all.
 //
-// Settings read, section "euq": "busy_timeout" (milliseconds to wait for the database, default
-// 5000), "batch" (messages in one transaction, default 1000).
+// Settings read, section "euq": "busy_timeout" (milliseconds to wait for the database, 0 to 60000,
+// default 5000), "batch" (messages in one transaction of a job, 1 to 100000, default 1000).
 #ifndef VESK_PRODUCT_QUARANTINE_H
 #define VESK_PRODUCT_QUARANTINE_H
 
@@ -40,7 +40,8 @@ bool init_euq_lib();
 
 int enable_euq();
 int disable_euq();
-// Takes the switch up again from the store; fails when it is off.
+// Has whoever serves the quarantine take it up again, by a count in the store; fails when it is
+// off.
 int restart_euq();
 bool is_euq_enable();
 
@@ -50,7 +51,9 @@ int disable_dl_maintain();
 bool is_dl_maintain_enable();
 
 // Registers an area for `name` (1 to 255 bytes), the scanner whose messages it holds; the lowest
-// free number from 1 to 9 is its own. A name that is registered already keeps its number.
+// free number from 1 to 9 is its own, and in the log. A name that is registered already keeps its
+// number. It may come as a Java VM hands it out; kept is real UTF-8. Control characters are
+// refused.
 int regist_euq(const char* name);
 // Gives an area back: it has to be empty (transferred or removed first). 0 stands for all areas.
 int unregist_euq(int area);
