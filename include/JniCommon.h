@@ -29,7 +29,8 @@ template <typename... References>
 
 // Reads a Java string for the length of a scope. `str` is never null: "" for an empty string, for
 // one that starts with U+0000, and when memory is short. ASCII is copied, up to 511 characters
-// without the heap; any other text is the VM's own modified UTF-8. The string must not be null.
+// without the heap; any other text is the VM's own modified UTF-8. A null string, which most entry
+// points refuse before, reads as the empty one.
 class VeskJniString {
  public:
   VeskJniString(JNIEnv* env, jstring s);
@@ -70,6 +71,18 @@ class JniByteText {
  private:
   char text[Limit + 1] = {};
 };
+
+// The text of a Java string as the VM's own copy, which is never given back, on purpose: "" when
+// memory is short.
+[[nodiscard]] const char* keptText(JNIEnv* env, jstring s);
+
+// java.util.ArrayList resolved for one call, for entry points that work before initializeJNI has.
+struct ListClass {
+  jclass list = nullptr;  // a global reference, the caller's
+  jmethodID add = nullptr;
+};
+// 0, 510, 508 or 511.
+[[nodiscard]] jint resolveList(JNIEnv* env, ListClass& resolved);
 
 // Appends texts to a java.util.ArrayList. The texts are UTF-8; four-byte characters reach Java
 // whole and bytes that are not UTF-8 become U+FFFD. Returns 0; 501 when a Java string could not be

@@ -25,12 +25,20 @@ inline constexpr jint queryBaseMissing = 206;    // last error 2
 inline constexpr jint queryLimitExceeded = 207;  // last error 3
 inline constexpr jint baseNotFound = 208;
 
+inline constexpr jint agentFailed = 300;  // not reached, or a wrong answer
+
 inline constexpr jint nullArgument = 500;
+inline constexpr jint updateFailed = 500;  // the same number, for any failure of the update family
 inline constexpr jint stringNotCreated = 501;
 inline constexpr jint addRefused = 503;
 inline constexpr jint globalRefNotMade = 508;
 inline constexpr jint classNotFound = 510;
 inline constexpr jint methodNotFound = 511;
+inline constexpr jint noConsoleGuid = 513;
+inline constexpr jint keywordInvalid = 516;
+
+inline constexpr jint nothingToUpdate = 600;
+inline constexpr jint noUpdateRunning = 601;
 
 }  // namespace result
 

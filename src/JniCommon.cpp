@@ -37,6 +37,7 @@ jint addText(JNIEnv* env, const char* text, jobject list) {
 
 VeskJniString::VeskJniString(JNIEnv* jniEnv, jstring s)
     : env(jniEnv), str(emptyText), jstr(s), buf(nullptr), fromUtf(false) {
+  if (s == nullptr) return;
   const auto length = static_cast<std::size_t>(env->GetStringLength(s));
   if (length == 0) return;
   const std::size_t size = bufferSize(length);
@@ -99,6 +100,21 @@ void readByteText(JNIEnv* env, jbyteArray source, char* buffer, jsize limit) {
   std::strncpy(buffer, reinterpret_cast<const char*>(elements), static_cast<std::size_t>(length));
   buffer[length] = '\0';
   env->ReleaseByteArrayElements(source, elements, 0);
+}
+
+const char* keptText(JNIEnv* env, jstring s) {
+  const char* text = env->GetStringUTFChars(s, nullptr);
+  return text != nullptr ? text : emptyText;
+}
+
+jint resolveList(JNIEnv* env, ListClass& resolved) {
+  jclass local = env->FindClass("java/util/ArrayList");
+  if (local == nullptr) return result::classNotFound;
+  resolved.list = static_cast<jclass>(env->NewGlobalRef(local));
+  env->DeleteLocalRef(local);
+  if (resolved.list == nullptr) return result::globalRefNotMade;
+  resolved.add = env->GetMethodID(resolved.list, "add", "(Ljava/lang/Object;)Z");
+  return resolved.add != nullptr ? result::success : result::methodNotFound;
 }
 
 int formJArrListStr(JNIEnv* env, std::vector<std::string>& items, jobject list) {

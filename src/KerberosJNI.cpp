@@ -12,18 +12,12 @@ VESK_JNI(jint, KerberosJNI, getSpnFromKeytab)
   const char* path = env->GetStringUTFChars(keytabPath, nullptr);
   // A keytab without a service principal is an answer, and an empty one.
   if (!VESK::get_spn_from_keytab(path, principal, sizeof principal)) return result::success;
-  jclass local = env->FindClass("java/util/ArrayList");
-  if (local == nullptr) return result::classNotFound;
-  // Never deleted, on purpose.
-  auto* list = static_cast<jclass>(env->NewGlobalRef(local));
-  env->DeleteLocalRef(local);
-  if (list == nullptr) return result::globalRefNotMade;
-  jmethodID add = env->GetMethodID(list, "add", "(Ljava/lang/Object;)Z");
-  if (add == nullptr) return result::methodNotFound;
+  ListClass known;  // its reference is never deleted, on purpose
+  if (const jint code = resolveList(env, known); code != result::success) return code;
   if (resultList == nullptr) return result::nullArgument;
   jstring element = env->NewStringUTF(ModifiedUtf8(principal).c_str());
   if (element == nullptr) return result::success;  // the VM throws its own OutOfMemoryError
-  env->CallBooleanMethod(resultList, add, element);
+  env->CallBooleanMethod(resultList, known.add, element);
   // A list that throws does not change the answer; asked only to keep the VM's own checks silent.
   static_cast<void>(env->ExceptionCheck());
   env->DeleteLocalRef(element);

@@ -5,6 +5,7 @@
 #include "Command.h"
 #include "JniCommon.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_PolicyJNI.h"
+#include "product/filter.h"
 #include "product/log.h"
 
 namespace {
@@ -62,4 +63,18 @@ VESK_JNI(jint, PolicyJNI, notifyUpdatePolicyNow)
     Log::LogByLevel(1, "execute %s failed,ret=%d", command.c_str(), status);
   }
   return notSent;
+}
+
+// Valid is what the filter for subject lines makes a regular expression of that compiles.
+VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword) {
+  if (keyword == nullptr) return result::nullArgument;
+  const VeskJniString expression(env, keyword);
+  const KeywordList list;
+  scanContentSubjectFilter filter;
+  const std::string regex = filter.convertToRegEx(expression.str);
+  Log::LogByLevel(3, "original kwd=%s, converted to %s, call valReg() to verify it", expression.str,
+                  regex.c_str());
+  const bool valid = list.valReg(regex.c_str());
+  Log::LogByLevel(3, valid ? "valReg() return true" : "valReg() return false");
+  return valid ? result::success : result::keywordInvalid;
 }

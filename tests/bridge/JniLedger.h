@@ -38,8 +38,11 @@ class JniLedger {
     gives<&Table::ReleaseStringUTFChars>();
     takes<&Table::GetByteArrayElements>();
     gives<&Table::ReleaseByteArrayElements>();
+    takes<&Table::GetIntArrayElements>();
+    gives<&Table::ReleaseIntArrayElements>();
     takes<&Table::FindClass>();
     takes<&Table::NewStringUTF>();
+    takes<&Table::CallObjectMethodV>();
     gives<&Table::DeleteLocalRef>();
   }
   ~JniLedger() {

@@ -19,6 +19,7 @@ std::FILE* __real_popen(const char* command, const char* mode);
 int __real_pclose(std::FILE* stream);
 int __real_system(const char* command);
 void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
 void __real_free(void* block);
 std::time_t __real_time(std::time_t* out);
 
@@ -45,6 +46,14 @@ void* __wrap_malloc(std::size_t size) {
   std::memset(block, 0, size);  // what is read before it is written looks the same in every run
   lastBlock = block;
   seams.heapBlock = size;
+  return block;
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  if (seams.mallocFails) return nullptr;
+  void* block = __real_calloc(count, size);
+  lastBlock = block;
+  seams.heapBlock = count * size;
   return block;
 }
 

@@ -1,4 +1,4 @@
-// The journal, and doubles of the log, the settings store and the update engine.
+// The journal, and doubles of the log and the settings store.
 
 #include <cstdarg>
 #include <cstdio>
@@ -6,7 +6,6 @@
 #include "doubles/Product.h"
 #include "product/log.h"
 #include "product/settings.h"
-#include "product/update.h"
 
 namespace {
 
@@ -65,6 +64,11 @@ GlobalSettingOnMem* GlobalSettingOnMem::Instance(const char* path, bool b1, cons
   return product.storeExists ? &store : nullptr;
 }
 
+int GlobalSettingOnMem::_replace_create_item_on_mem(const char* section, const char* key,
+                                                    const char* value) {
+  return ask("replace %s %s %s", section, key, value);
+}
+
 LogMsgBvCLM* LogMsgBvCLM::Instance(VESKLoggingProcess process, GlobalSetting* settings, bool flag,
                                    bv_SynchronizationLevelType level, const char* name) {
   ask("sink %d %s %d %d %s", process, settings == &store ? "store" : "?", flag, level, name);
@@ -91,11 +95,4 @@ void LogPrintf(const char* format, ...) {
   const std::string text = formatted(format, arguments);
   va_end(arguments);
   ask("print %s", text.c_str());
-}
-
-BvUpdateInit::BvUpdateInit() : initialised(false) {}
-BvUpdateInit::~BvUpdateInit() = default;
-bool BvUpdateInit::Init(const std::string& home) {
-  initialised = ask("update %s", home.c_str()) == 0;
-  return initialised;
 }

@@ -20,6 +20,10 @@ struct Product {
   std::vector<VESK::BvLDAPEntry> entries;
   std::vector<std::string> users, groups, parentsOfGroup, parentsOfUser;
   std::string name;  // what a look-up of one name answers
+  double number = 0;                           // an agent's sum or echo, a check's error code
+  std::vector<std::string> texts;              // what is written to the caller's buffers, in order
+  std::vector<std::string> rows;               // of the database; "\0" is one that cannot be read
+  bool engineReady = true;
 
   VESK::BvLDAPAbstractConnection* connection = nullptr;  // the last one made
   int alive = 0;  // connections, data-access objects, results and entries not yet given back

@@ -50,6 +50,10 @@ public enum ResultCode implements Coded {
             "a misspelt base DN, the bind account may not see it",
             "ask the server for its naming contexts; try the DN with a wider account"),
 
+    AGENT_FAILED(300, Kind.FAILED, "the agent was not reached or gave a wrong answer",
+            "wrong host or port, the agent is down or busy, something else listens there",
+            "read the log: its last line names the reason; try 'agent test'"),
+
     NULL_ARGUMENT(500, Kind.REFUSED, "a required argument was null",
             "the caller left a field empty that must be filled", "give every argument a value"),
     STRING_NOT_CREATED(501, Kind.FAILED, "a Java string could not be made",
@@ -61,7 +65,17 @@ public enum ResultCode implements Coded {
     CLASS_NOT_FOUND(510, Kind.FAILED, "java.util.ArrayList was not found",
             "a VM image without its base classes", "use a complete Java runtime"),
     METHOD_NOT_FOUND(511, Kind.FAILED, "a method of java.util.ArrayList was not found",
-            "a VM image with altered base classes", "use a complete Java runtime");
+            "a VM image with altered base classes", "use a complete Java runtime"),
+    NO_CONSOLE_GUID(513, Kind.FAILED, "no central console is known",
+            "the appliance is not registered with one, or the administration database is down",
+            "read the log; register the appliance, or look at section admin_db of vesk.ini"),
+    KEYWORD_INVALID(516, Kind.NO, "the keyword expression is not valid",
+            "a parenthesis or quotation mark without its partner, an operator without its word, a regular expression "
+                    + "that takes too long", "read the log: it names the position and the reason"),
+
+    NOTHING_TO_UPDATE(600, Kind.NO, "there is nothing to update",
+            "the components are up to date", "look at the versions that the source has"),
+    NO_UPDATE_RUNNING(601, Kind.NO, "no update runs", "none was started, or it has ended", "look at the versions");
 
     /** What kind of answer a code is. */
     public enum Kind {

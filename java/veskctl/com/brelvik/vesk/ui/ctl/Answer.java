@@ -3,6 +3,7 @@ package com.brelvik.vesk.ui.ctl;
 import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import java.lang.reflect.Array;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.Collections;
 import java.util.LinkedHashMap;
 import java.util.List;
@@ -17,15 +18,25 @@ import java.util.regex.Pattern;
  * @param isUnseen whether it should have queued a mail and none is to be seen
  */
 record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String> failures, boolean isUnseen) {
-    /** Calls the method and keeps the lists among its arguments. */
-    static Answer of(PeerMethod method, Object[] values) {
+    /**
+     * Calls the method and keeps what it filled. The answer is that of another method where that one had to come first
+     * and failed.
+     */
+    static Answer of(PeerMethod method, Object... values) {
+        PeerMethod opener = method.opener();
+        Answer opened = opener == null ? null : of(opener);
+        if (opened != null && opened.status() != Status.DONE) {
+            return opened;
+        }
         InstallRoot root = InstallRoot.open();
         LogTail log = new LogTail(root, method.command());
         MailQueue queue = new MailQueue(root, method.command());
         Object value = Bridge.call(method, values);
         List<List<?>> lists = new ArrayList<>();
-        for (Object argument : values) {
-            if (argument instanceof ArrayList<?> list) {
+        for (int i = 0; i < values.length; i++) {
+            if (values[i] instanceof int[] numbers) {
+                lists.add(Arrays.stream(numbers).boxed().toList());
+            } else if (values[i] instanceof ArrayList<?> list && PeerMethod.isList(method.parameters().get(i))) {
                 lists.add(list);
             }
         }
@@ -36,6 +47,9 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
     Integer code() {
         if (value instanceof Boolean yes && Meaning.own(method, yes ? 1 : 0) != null) {
             return yes ? 1 : 0;
+        }
+        if (value instanceof int[] numbers && method.form() == ConsoleCommand.Form.WITH_ERROR) {
+            return numbers[0];
         }
         return value instanceof Integer code && method.form() != ConsoleCommand.Form.NUMBER ? code : null;
     }
@@ -59,7 +73,8 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         if (command == null) {
             return null;
         }
-        boolean isEmpty = method.fillsList() && lists.stream().allMatch(List::isEmpty);
+        boolean isEmpty = method.fillsList()
+                && lists.stream().flatMap(List::stream).allMatch(element -> "".equals(element));
         if (isEmpty && !command.empty().isEmpty()) {
             return command.empty();
         }
@@ -78,24 +93,36 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
     Status print(String asked, boolean json) {
         if (json) {
             Output.out().println(Json.of(toMap()));
-            return status();
+        } else {
+            tell(asked);
+            new Listing(method, lists).print();
         }
+        return status();
+    }
+
+    /** Says what the code means, and prints an answer that is none. */
+    void tell(String asked) {
         if (code() == null && status() == Status.NO) {
             Output.talk("no" + note());
+            Output.log(failures);
         } else if (code() == null) {
             elements().forEach(element -> Output.data(shown(element)));
             Output.log(failures);
         } else if (status() == Status.DONE) {
-            Output.talk(Meaning.describe(method, code()) + note());
+            Output.talk(Meaning.describe(method, code()) + error() + note());
             Output.log(failures);
         } else {
             Meaning known = Meaning.of(method, code());
             String denied = isDenied() ? ", but " + denial() : "";
-            Output.error(asked, Meaning.describe(method, code()) + denied, failures,
+            Output.error(asked, Meaning.describe(method, code()) + error() + denied, failures,
                     next(known) + " [log: " + InstallRoot.open().log() + "]");
         }
-        lists.forEach(list -> list.forEach(element -> Output.data(String.valueOf(element))));
-        return status();
+    }
+
+    // The second of two numbers; an HTTP status never is as small as the library's numbers are.
+    private String error() {
+        int error = value instanceof int[] numbers && code() != null ? numbers[1] : 0;
+        return error == 0 ? "" : (error < 100 ? " (network library error " : " (HTTP status ") + error + ")";
     }
 
     private String next(Meaning known) {
@@ -129,10 +156,11 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         return array ? elements : new ArrayList<>(Collections.singletonList(value));
     }
 
-    private Map<String, Object> toMap() {
+    /** What JSON tells of it. */
+    Map<String, Object> toMap() {
         Map<String, Object> map = new LinkedHashMap<>();
         map.put("call", method.name());
-        if (value instanceof Integer && code() != null) {
+        if (code() != null && !(value instanceof Boolean)) {
             map.put("code", code());
         } else {
             map.put("value", value != null && value.getClass().isArray() ? elements() : value);
@@ -144,12 +172,15 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
             Meaning known = Meaning.of(method, code());
             map.put("name", known == null ? null : known.name());
             map.put("meaning", known == null ? null : known.text());
+            if (value instanceof int[] numbers) {
+                map.put("error", numbers[1]);
+            }
             if (isDenied()) {
                 map.put("failed", denial());
             }
         }
         if (method.fillsList()) {
-            map.put("list", lists.stream().flatMap(List::stream).toList());
+            map.put("list", new Listing(method, lists).toList());
         }
         if (!failures.isEmpty()) {
             map.put("log", failures);

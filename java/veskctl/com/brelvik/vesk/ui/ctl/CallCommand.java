@@ -15,7 +15,8 @@ import picocli.CommandLine.Spec;
 @Command(name = "call", sortOptions = false, header = "Call any native method.",
         description = {"", "Arguments follow in the order of the method. Integers may be words (openldap), texts "
                 + "become what the method takes. @null is null, @password a password that is read as everywhere "
-                + "else, @list an empty list, @@x the text @x. Lists may be left out; they are printed afterwards.",
+                + "else, @list an empty list, @@x the text @x. Lists that the method fills may be left out; they are "
+                + "printed afterwards. Elements of other lists and of arrays are joined by commas.",
                 "Without a name, all methods are listed. Options stand before the name."})
 final class CallCommand implements Callable<Integer> {
     @Option(names = "--json", description = "Answer as one line of JSON")
@@ -86,13 +87,14 @@ final class CallCommand implements Callable<Integer> {
         if (text.equals("@null") && !parameter.getType().isPrimitive()) {
             return null;
         }
-        if (text.equals("@list") && PeerMethod.isList(parameter)) {
+        if (text.equals("@list") && parameter.getType() == ArrayList.class) {
             return new ArrayList<String>();
         }
         if (text.equals("@password")) {
             return Values.of(parameter, Passwords.read(passwordFile, arg == null ? "Password" : arg.help()));
         }
-        if (arg != null && arg.from() == Arg.Source.SECRET && !text.isEmpty()) {
+        boolean isSecret = arg != null && (arg.from() == Arg.Source.SECRET || arg.from() == Arg.Source.INPUT);
+        if (isSecret && !text.isEmpty()) {
             throw new Refusal(Status.REFUSED, arg.name() + ": every user of the machine can read a command line",
                     "write @password, and give it by --password-file, " + Passwords.VARIABLE + " or at the prompt");
         }

@@ -33,7 +33,7 @@ final class Doctor implements Callable<Integer> {
     private final List<Finding> findings = new ArrayList<>();
 
     /** One thing looked at; {@code cure} is null when nothing is wrong with it. */
-    private record Finding(String subject, String detail, String cure, Status status) {
+    record Finding(String subject, String detail, String cure, Status status) {
         Map<String, Object> toMap() {
             Map<String, Object> map = new LinkedHashMap<>();
             map.put("subject", subject);
@@ -63,6 +63,7 @@ final class Doctor implements Callable<Integer> {
         if (root != null) {
             folders(root);
             tools(root);
+            findings.addAll(new Supplies(root).findings());
         }
         if (loaded && root != null) {
             initialise();
@@ -113,7 +114,8 @@ final class Doctor implements Callable<Integer> {
                     "install library and jar from one build");
         }
         List<String> loaded = linesOf(Path.of("/proc/self/maps")).map(line -> line.replaceFirst("^[^/]*", ""))
-                .filter(path -> path.matches(".*/lib(vesk|ldap|sasl2|krb5|gssapi_krb5|gnutls|gmime|icuuc)[^/]*"))
+                .filter(path -> path.matches(".*/lib(vesk|ldap|sasl2|krb5|gssapi_krb5|gnutls|gmime|icuuc|curl|ssl"
+                        + "|crypto|pugixml|archive|pcre2|sqlite3|odbc)[^/]*"))
                 .distinct().toList();
         loaded.forEach(path -> good("loaded", path));
         loaded.stream().filter(path -> path.contains("/libsasl2")).findFirst().ifPresent(this::sasl);

@@ -14,6 +14,11 @@ record Meaning(int code, String name, ResultCode.Kind kind, String text, String 
     /** Null for a number that is no code of the method; a null method has none of its own. */
     static Meaning of(PeerMethod method, int code) {
         Meaning own = own(method, code);
+        if (code < 0 && method != null && method.form() == Form.UNTOLD) {
+            return new Meaning(code, "NOT_ALL_TOLD", ResultCode.Kind.FAILED,
+                    -code + (code == -1 ? " agent was not told" : " agents were not told"), "",
+                    "read the log: it names each agent and the reason; try 'agent test' with one of them");
+        }
         ResultCode shared = ResultCode.of(code);
         if (own != null || isStatus(method, code)) {
             return own != null ? own : ofStatus(method, code);

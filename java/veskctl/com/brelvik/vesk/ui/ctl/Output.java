@@ -27,6 +27,11 @@ final class Output {
         OUT.println(shown(line));
     }
 
+    /** A text of several lines, which may have tabs. */
+    static void text(String lines) {
+        lines.lines().forEach(line -> OUT.println(shown(line).replace("\\u0009", "\t")));
+    }
+
     static void talk(String line) {
         ERR.println(shown(line));
     }

@@ -2,6 +2,7 @@ package com.brelvik.vesk.ui.ctl;
 
 import java.io.Console;
 import java.io.IOException;
+import java.io.InputStream;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -9,6 +10,8 @@ import java.nio.file.Path;
 /** Passwords come from a file, a variable or a prompt: on a command line every user of the machine could read them. */
 final class Passwords {
     static final String VARIABLE = "VESK_PASSWORD";
+
+    private static final int LONGEST = 1 << 16;
 
     private Passwords() {}
 
@@ -31,6 +34,25 @@ final class Passwords {
                     "use --password-file FILE or the variable " + VARIABLE);
         }
         return new String(typed);
+    }
+
+    /**
+     * The whole of a text that, like a password, has no place on a command line, without blanks around it.
+     *
+     * @param file null for standard input
+     * @throws Refusal when it cannot be read, or has more than 64 KiB
+     */
+    static String input(String file, String name) {
+        try (InputStream in = file == null ? System.in : Files.newInputStream(RawProcess.path(file))) {
+            byte[] bytes = in.readNBytes(LONGEST + 1);
+            if (bytes.length > LONGEST) {
+                throw new Refusal(Status.REFUSED, name + ": more than " + LONGEST + " bytes", "give the right file");
+            }
+            return new String(bytes, StandardCharsets.UTF_8).strip();
+        } catch (IOException e) {
+            throw new Refusal(Status.REFUSED, name + ": " + (file == null ? "standard input" : file)
+                    + " cannot be read", "check the file's name and its rights");
+        }
     }
 
     private static String firstLine(Path file) {

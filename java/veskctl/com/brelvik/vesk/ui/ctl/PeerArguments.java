@@ -3,11 +3,13 @@ package com.brelvik.vesk.ui.ctl;
 import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import java.lang.reflect.Parameter;
+import java.util.ArrayList;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Locale;
 import java.util.Map;
 import java.util.stream.Collectors;
+import java.util.stream.Stream;
 import picocli.CommandLine.Model.ArgSpec;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Model.OptionSpec;
@@ -38,35 +40,48 @@ final class PeerArguments {
      */
     Map<String, String> texts() {
         Map<String, String> texts = new LinkedHashMap<>();
-        Arg secret = null;
+        Parameter secret = null;
         for (Parameter parameter : method.parameters()) {
             Arg arg = PeerMethod.describe(parameter);
-            if (arg != null && arg.from() == Arg.Source.SECRET) {
-                secret = arg;  // last, so that nobody types a password for a call that is refused
-            } else if (arg != null) {
+            if (arg != null && (arg.from() == Arg.Source.SECRET || arg.from() == Arg.Source.INPUT)) {
+                secret = parameter;  // last, so that nobody types a password for a call that is refused
+            } else if (arg != null && arg.from() != Arg.Source.IMPLIED) {
                 Object given = spec(arg).getValue();
-                texts.put(arg.name(), given.toString());
-                Values.of(parameter, given.toString());
+                String text = given instanceof List<?> list ? String.join(",", list.toArray(String[]::new))
+                        : given.toString();
+                texts.put(arg.name(), text);
+                Values.of(parameter, text);
             }
         }
         if (secret != null) {
-            texts.put(secret.name(), password(secret));
+            Arg arg = PeerMethod.describe(secret);
+            texts.put(arg.name(), arg.from() == Arg.Source.INPUT ? input(arg) : password(arg));
+            Values.of(secret, texts.get(arg.name()));
         }
         return texts;
     }
 
     /** The command with its arguments; passwords are not among them. */
     static String asked(CommandSpec spec) {
-        return spec.qualifiedName() + spec.args().stream().filter(arg -> arg.getValue() instanceof String)
-                .filter(arg -> !arg.<String>getValue().isEmpty() || !"".equals(arg.defaultValue()))
-                .map(arg -> " " + (arg instanceof OptionSpec option ? option.longestName() + "=" : "")
-                        + (arg.<String>getValue().isEmpty() ? "''" : arg.getValue()))
+        return spec.qualifiedName() + spec.args().stream()
+                .flatMap(arg -> arg.getValue() instanceof List<?> list ? list.stream().map(text -> " " + text)
+                        : arg.getValue() instanceof String text ? Stream.of(asked(arg, text)) : Stream.of())
                 .collect(Collectors.joining());
+    }
+
+    private static String asked(ArgSpec arg, String text) {
+        return text.isEmpty() && "".equals(arg.defaultValue()) ? ""
+                : " " + (arg instanceof OptionSpec option ? option.longestName() + "=" : "")
+                        + (text.isEmpty() ? "''" : text);
+    }
+
+    private String input(Arg arg) {
+        return Passwords.input(spec.findOption("--" + arg.name() + "-file").getValue(), arg.name());
     }
 
     // An anonymous session has no password.
     private String password(Arg arg) {
-        OptionSpec user = spec.findOption("--bind-user");
+        OptionSpec user = spec.findOption("--" + arg.account());
         if (user != null && user.<String>getValue().isEmpty()) {
             return "";
         }
@@ -83,9 +98,14 @@ final class PeerArguments {
     private void add(Parameter parameter, Arg arg) {
         switch (arg.from()) {
             case OPTION -> spec.addOption(option(parameter, arg));
-            case POSITION -> spec.addPositional(PositionalParamSpec.builder().index(Integer.toString(positions++))
-                    .arity("1").required(true).type(String.class).paramLabel(arg.name()).description(arg.help())
-                    .build());
+            case POSITION -> spec.addPositional(parameter.getType() == ArrayList.class
+                    ? PositionalParamSpec.builder().index(positions++ + "..*").arity("1..*").type(List.class)
+                            .auxiliaryTypes(String.class).paramLabel(arg.name()).description(arg.help()).build()
+                    : PositionalParamSpec.builder().index(Integer.toString(positions++)).arity("1").required(true)
+                            .type(String.class).paramLabel(arg.name()).description(arg.help()).build());
+            case INPUT -> spec.addOption(OptionSpec.builder("--" + arg.name() + "-file").type(String.class)
+                    .paramLabel("FILE").description(arg.help() + ": this file, else standard input").build());
+            case IMPLIED -> { }
             case SECRET -> spec.addOption(OptionSpec.builder("--password-file").type(String.class).paramLabel("FILE")
                     .description(arg.help() + ": first line of this file; else the variable " + Passwords.VARIABLE
                             + ", else a prompt").build());

@@ -11,12 +11,12 @@ import java.util.stream.IntStream;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Model.OptionSpec;
 
-/** A command made from the annotations of a native method. */
-final class PeerCommand implements Callable<Integer> {
+/** A command made from the annotations of a native method. Where these do not say all, there is a class of its own. */
+class PeerCommand implements Callable<Integer> {
     private static final String DRY_RUN = "--dry-run";
 
-    private final PeerMethod method;
-    private final CommandSpec spec;
+    final PeerMethod method;
+    final CommandSpec spec;
     private final PeerArguments arguments;
 
     /** Adds all groups of commands to {@code root}. */
@@ -26,12 +26,28 @@ final class PeerCommand implements Callable<Integer> {
         groups.forEach((name, methods) -> {
             CommandSpec group = CommandSpec.create().name(name).addOption(helpOption());
             group.usageMessage().header("The methods of the group " + name + " as commands.");
-            methods.forEach(method -> group.addSubcommand(method.command().name(), new PeerCommand(method).spec));
+            methods.forEach(method -> group.addSubcommand(method.command().name(), of(method).spec));
             root.addSubcommand(name, group);
         });
     }
 
-    private PeerCommand(PeerMethod method) {
+    private static PeerCommand of(PeerMethod method) {
+        return switch (method.name()) {
+            case "SystemMonitorJNI.PostSetNotifyAllScanners", "SystemMonitorJNI.PatchSetNotify" -> new Fleet(method);
+            case "QuarantineJNI.getEmail", "QuarantineJNI.getEmail_P" -> new MessageExport(method);
+            case "MTAlogJNI.getMTAEventSubmit" -> new MailLog(method);
+            case "UpdateJNI.manualUpdate", "UpdateJNI.rollback" -> new ComponentChange(method);
+            case "UpdateJNI.getCurrentVersion" -> new ComponentVersions(method);
+            case "CorsaJNI.CreateReponse" -> new SignOn(method);
+            case "QUORJNI.quorChkServerStatus" -> new ReputationCheck(method);
+            case "EuqJNI.isEuqEnable" -> new QuarantineStatus(method);
+            case "EuqJNI.transferEuqData", "EuqJNI.removeEuqData" -> new QuarantineJob(method);
+            case "EuqJNI.getTransferEuqResult", "EuqJNI.getRemoveEuqResult" -> new QuarantineResult(method);
+            default -> new PeerCommand(method);
+        };
+    }
+
+    PeerCommand(PeerMethod method) {
         this.method = method;
         this.spec = CommandSpec.wrapWithoutInspection(this).name(method.command().name());
         spec.usageMessage().header(method.command().help()).sortOptions(false).footer(footer());
@@ -45,14 +61,36 @@ final class PeerCommand implements Callable<Integer> {
     }
 
     @Override
-    public Integer call() {
+    public final Integer call() {
         Map<String, String> texts = arguments.texts();
-        Object[] values = Values.of(method, texts);
         boolean json = spec.findOption("--json").getValue();
         if (method.runsOnlyCommands() && spec.findOption(DRY_RUN).<Boolean>getValue()) {
+            Values.of(method, texts);  // what does not fit is refused all the same
             return DryRun.print(method, texts, json).number();
         }
-        return Answer.of(method, values).print(PeerArguments.asked(spec), json).number();
+        return run(texts, json).number();
+    }
+
+    /** Does what was asked, with what was given by name. */
+    Status run(Map<String, String> texts, boolean json) {
+        return Answer.of(method, Values.of(method, texts)).print(asked(), json);
+    }
+
+    final String asked() {
+        return PeerArguments.asked(spec);
+    }
+
+    /** Adds an option for a text, which is null without it. */
+    final void addText(String name, String label, String help) {
+        spec.addOption(OptionSpec.builder(name).type(String.class).paramLabel(label).description(help).build());
+    }
+
+    final void addSwitch(String name, String help) {
+        spec.addOption(OptionSpec.builder(name).type(boolean.class).defaultValue("false").description(help).build());
+    }
+
+    final <T> T option(String name) {
+        return spec.findOption(name).getValue();
     }
 
     private String[] footer() {

@@ -4,6 +4,7 @@ import com.brelvik.vesk.ui.modelobjects.jni.Arg;
 import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
 import com.brelvik.vesk.ui.modelobjects.jni.OwnCode;
+import com.brelvik.vesk.ui.modelobjects.jni.OwnCodes;
 import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.lang.annotation.Annotation;
@@ -21,6 +22,7 @@ import java.util.Arrays;
 import java.util.Comparator;
 import java.util.List;
 import java.util.Map;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 
 /** A native method of a peer class. All of them are found by looking, so that a new one needs no entry anywhere. */
@@ -30,6 +32,16 @@ record PeerMethod(Method method) {
         return peerClasses().stream().flatMap(peer -> Arrays.stream(peer.getDeclaredMethods()))
                 .filter(method -> Modifier.isNative(method.getModifiers())).map(PeerMethod::new)
                 .sorted(Comparator.comparing(PeerMethod::name)).toList();
+    }
+
+    /** Of this name, which exists. */
+    static PeerMethod named(String name) {
+        return all().stream().filter(known -> known.name().equals(name)).findFirst().orElseThrow();
+    }
+
+    /** Another method of its class. */
+    PeerMethod sibling(String other) {
+        return named(method.getDeclaringClass().getSimpleName() + "." + other);
     }
 
     /** Class and method, joined by a dot. */
@@ -55,8 +67,18 @@ record PeerMethod(Method method) {
         return answersStatus() || command() != null && command().runsOnlyCommands();
     }
 
+    /** The codes that are its own, then those that it shares with its class. */
     List<OwnCode> ownCodes() {
-        return command() == null ? List.of() : List.of(command().own());
+        if (command() == null) {
+            return List.of();
+        }
+        OwnCodes all = method.getDeclaringClass().getAnnotation(OwnCodes.class);
+        boolean shares = all != null && method.getReturnType() == int.class && form() != ConsoleCommand.Form.NUMBER;
+        List<OwnCode> own = List.of(command().own());
+        Stream<OwnCode> shared = Stream.of(shares ? all.value() : new OwnCode[0]).filter(code ->
+                IntStream.concat(IntStream.of(command().codes()), own.stream().mapToInt(OwnCode::code))
+                        .noneMatch(known -> known == code.code()));
+        return Stream.concat(own.stream(), shared).toList();
     }
 
     List<Parameter> parameters() {
@@ -67,8 +89,16 @@ record PeerMethod(Method method) {
         return parameters().stream().anyMatch(PeerMethod::isList);
     }
 
+    /** Whether it is a list that the method fills. */
     static boolean isList(Parameter parameter) {
-        return parameter.getType() == ArrayList.class;
+        return parameter.getType() == ArrayList.class && describe(parameter) == null;
+    }
+
+    /** The method of the class that must have answered true before this one; null when there is none. */
+    PeerMethod opener() {
+        return Arrays.stream(method.getDeclaringClass().getDeclaredMethods()).map(PeerMethod::new)
+                .filter(other -> other.command() != null && other.command().opens() && !other.equals(this))
+                .findFirst().orElse(null);
     }
 
     /** The description of an argument, its own or that of the annotation it shares; null when it has none. */

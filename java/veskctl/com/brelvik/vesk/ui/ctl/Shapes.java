@@ -6,6 +6,7 @@ import java.net.UnknownHostException;
 import java.time.DateTimeException;
 import java.time.LocalDateTime;
 import java.util.function.Predicate;
+import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 
@@ -20,6 +21,8 @@ final class Shapes {
     private static final Predicate<String> HOST_NAME =
             like("(?=.{1,253}$)(" + LABEL + "\\.)*(?!\\d+$)" + LABEL);
     private static final Predicate<String> IPV4 = like(BYTE + "(\\." + BYTE + "){3}");
+    private static final Pattern URL = Pattern.compile("(?:(https?)://)?(\\[[^\\]]*\\]|[^\\[\\]:/]*)(?::(\\d{1,5}))?"
+            + "(/[\\x21-\\x7e]*)?");
 
     /** @param allowed completes "give ..." */
     private record Rule(String allowed, Predicate<String> fits) {}
@@ -63,11 +66,39 @@ final class Shapes {
                     like("(?!-)[A-Za-z0-9._:-]+"));
             case REQUEST_WORD -> new Rule("a word of 1 to 64 of A-Z a-z 0-9 . _ : @ + -",
                     like("[A-Za-z0-9._:@+-]{1,64}"));
+            case AGENT_HOST -> new Rule("a host name, an IPv4 address, or an IPv6 address in brackets",
+                    Shapes::isUrlHost);
+            case AGENT_ADDRESS -> new Rule("host:port, an IPv6 address in brackets, the port from 1 to 65535",
+                    Shapes::isAgent);
+            case AGENT_URL -> new Rule("http://host:port, an IPv6 address in brackets, the port from 1 to 65535",
+                    text -> text.startsWith("http://") && isUrl(text, "http", true));
+            case SERVER_URL -> new Rule("a host, host:port, or an https:// or http:// URL; an IPv6 address in brackets",
+                    text -> isUrl(text, "https?", false));
+            case ASCII -> new Rule("printable ASCII", like("[\\x20-\\x7e]*"));
         };
     }
 
     private static Predicate<String> like(String pattern) {
         return Pattern.compile(pattern).asMatchPredicate();
+    }
+
+    private static boolean isUrlHost(String text) {
+        return text.startsWith("[") && text.endsWith("]") ? isIPv6(text.substring(1, text.length() - 1))
+                : HOST_NAME.or(IPV4).test(text);
+    }
+
+    /** Whether the text is host:port, with or without http:// in front. */
+    static boolean isAgent(String text) {
+        return isUrl(text, "http", true) && !text.replaceFirst("^http://", "").contains("/");
+    }
+
+    private static boolean isUrl(String text, String schemes, boolean withPort) {
+        Matcher parts = URL.matcher(text);
+        if (!parts.matches() || !isUrlHost(parts.group(2)) || withPort && parts.group(3) == null) {
+            return false;
+        }
+        int port = parts.group(3) == null ? 1 : Integer.parseInt(parts.group(3));
+        return port >= 1 && port <= 65535 && (parts.group(1) == null || parts.group(1).matches(schemes));
     }
 
     private static boolean isMask(String text) {

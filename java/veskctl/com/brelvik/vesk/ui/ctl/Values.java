@@ -7,6 +7,7 @@ import java.lang.reflect.Parameter;
 import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.List;
 import java.util.Locale;
 import java.util.Map;
 import java.util.stream.Collectors;
@@ -55,7 +56,9 @@ final class Values {
     static Object of(Parameter parameter, String text) {
         Arg arg = PeerMethod.describe(parameter);
         Object value = unchecked(parameter, text);
-        if (arg != null && parameter.getType() == String.class) {
+        if (arg != null && value instanceof ArrayList<?> list) {
+            list.forEach(element -> Shapes.check(arg, String.valueOf(element)));
+        } else if (arg != null && value instanceof String) {
             Shapes.check(arg, text);
         }
         if (!parameter.getType().isPrimitive()) {
@@ -75,15 +78,31 @@ final class Values {
         if (type == boolean.class) {
             return yesOrNo(name, text);
         }
+        if (type == ArrayList.class) {
+            return new ArrayList<>(elements(text));
+        }
+        if (type == int[].class) {
+            return elements(text).stream().mapToInt(element -> integer(null, name, element)).toArray();
+        }
         if (type != String.class && type != byte[].class) {
             throw new Refusal(Status.USAGE, name + ": no value of this type can be given on a command line", "");
         }
         return type == String.class ? text : text.getBytes(StandardCharsets.UTF_8);
     }
 
-    /** The names that an argument's integers have, in lower case. */
+    /** The names that an argument's integers have. */
     static Stream<String> words(Arg arg) {
-        return constants(arg).map(word -> word.toString().toLowerCase(Locale.ROOT));
+        return constants(arg).map(Values::word);
+    }
+
+    /** The name as it is written here: in lower case, with hyphens. */
+    static String word(Coded constant) {
+        return constant.toString().toLowerCase(Locale.ROOT).replace('_', '-');
+    }
+
+    /** What a text of several elements holds. */
+    static List<String> elements(String text) {
+        return text.isEmpty() ? List.of() : List.of(text.split(",", -1));
     }
 
     private static Stream<? extends Coded> constants(Arg arg) {
@@ -92,12 +111,12 @@ final class Values {
 
     private static int integer(Arg arg, String name, String text) {
         for (Coded word : constants(arg).toList()) {
-            if (word.toString().equalsIgnoreCase(text)) {
+            if (word(word).equalsIgnoreCase(text)) {
                 return word.code();
             }
         }
         boolean isBounded = arg != null && arg.upTo() > 0;
-        String range = isBounded ? "give a number from 1 to " + arg.upTo() : "";
+        String range = isBounded ? "give a number from " + arg.least() + " to " + arg.upTo() : "";
         int value;
         try {
             value = Integer.parseInt(text);
@@ -108,7 +127,7 @@ final class Values {
             throw new Refusal(Status.USAGE, name + ": '" + text + "' is " + what,
                     number + (known.isEmpty() ? "" : " or one of the words"));
         }
-        if (isBounded && (value < 1 || value > arg.upTo())) {
+        if (isBounded && (value < arg.least() || value > arg.upTo())) {
             throw new Refusal(Status.REFUSED, name + ": " + value + " is out of range", range);
         }
         return value;

@@ -20,7 +20,11 @@ public @interface Arg {
         /** The command line, by position. */
         POSITION,
         /** A prompt, a file or a variable: never the command line. */
-        SECRET
+        SECRET,
+        /** A file or standard input: never the command line. */
+        INPUT,
+        /** No place of its own: the command makes it of what it was given. */
+        IMPLIED
     }
 
     /**
@@ -29,8 +33,8 @@ public @interface Arg {
      */
     enum Shape {
         TEXT, HOST_NAME, HOST, IPV4, IPV4_MASK, IPV6, IPV6_NETWORK, PREFIX_LENGTH, DEVICE, ZONE, ZONE_WORD, DATE_TIME,
-        FILE, FILE_WORD,
-        POSTFIX_KEY, POSTFIX_VALUE, WORD, REQUEST_WORD
+        FILE, FILE_WORD, POSTFIX_KEY, POSTFIX_VALUE, WORD, REQUEST_WORD, AGENT_HOST, AGENT_ADDRESS, AGENT_URL,
+        SERVER_URL, ASCII
     }
 
     String name();
@@ -56,8 +60,14 @@ public @interface Arg {
      */
     int bytes() default Integer.MAX_VALUE;
 
-    /** The largest integer, the smallest being 1; 0 for any integer. */
+    /** The largest integer; 0 for any integer. */
     int upTo() default 0;
+
+    /** The smallest integer where there is a largest. */
+    int least() default 1;
+
+    /** For a password: the option that says whose it is. When that is empty there is none. */
+    String account() default "bind-user";
 
     /** The fallback of a required argument. */
     String REQUIRED = "\0";

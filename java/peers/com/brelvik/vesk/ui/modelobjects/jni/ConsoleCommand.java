@@ -18,7 +18,11 @@ public @interface ConsoleCommand {
         /** As a command's exit code, 0 to 255. */
         EXIT_CODE,
         /** As a plain number, which is the answer. */
-        NUMBER
+        NUMBER,
+        /** As a count of agents that were not told, below zero. */
+        UNTOLD,
+        /** As the first of two numbers; the second is an HTTP status or the network library's error number. */
+        WITH_ERROR
     }
 
     String group();
@@ -38,6 +42,9 @@ public @interface ConsoleCommand {
      * integer is the status of one.
      */
     boolean runsOnlyCommands() default false;
+
+    /** Whether the other methods of its class work only once this one has answered true. */
+    boolean opens() default false;
 
     /** The codes that are this method's own. */
     OwnCode[] own() default {};

@@ -32,4 +32,15 @@ public final class PolicyJNI {
             String second, @Arg(name = "THIRD", help = "Third argument", from = Arg.Source.POSITION,
             shape = Arg.Shape.REQUEST_WORD, bytes = 64)
             String third);
+
+    /**
+     * Checks a keyword expression of a content rule.
+     *
+     * @param keyword the expression, at most 10000 characters; not null
+     * @return 0 valid, 516 not (the log says where and why), 500 null argument
+     */
+    @ConsoleCommand(group = "policy", name = "keyword", help = "Check a keyword expression of a content rule.",
+            codes = {0, 500, 516})
+    public native int validateKeyword(
+            @Arg(name = "EXPRESSION", help = "The expression", from = Arg.Source.POSITION) String keyword);
 }

@@ -1,0 +1,97 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.UpdateComponent;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.EnumSet;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.Set;
+import java.util.stream.Collectors;
+import picocli.CommandLine.Model.PositionalParamSpec;
+
+/** Updates chosen components or takes them back, and tells what became of each. */
+final class ComponentChange extends PeerCommand {
+    private static final List<String> WORDS = Arrays.stream(UpdateComponent.values()).map(Values::word).toList();
+
+    private final boolean isUpdate;
+
+    ComponentChange(PeerMethod method) {
+        super(method);
+        isUpdate = method.name().endsWith("manualUpdate");
+        spec.addPositional(PositionalParamSpec.builder().index("0..*").arity("0..*").type(List.class)
+                .auxiliaryTypes(String.class).paramLabel("COMPONENT").completionCandidates(WORDS)
+                .description("Any of " + String.join(", ", WORDS)).build());
+        addSwitch("--all", "All components" + (isUpdate ? "" : " that have a version before"));
+    }
+
+    @Override
+    Status run(Map<String, String> texts, boolean json) {
+        Set<UpdateComponent> chosen = chosen();
+        texts.put("COMPONENTS", UpdateComponent.selection(chosen));
+        PeerMethod versions = method.sibling("getCurrentVersion");
+        Map<String, String> before = ComponentVersions.byName(ComponentVersions.ask(versions));
+        Answer answer = Answer.of(method, Values.of(method, texts));
+        Map<String, String> after = ComponentVersions.byName(ComponentVersions.ask(versions));
+        List<Map<String, Object>> rows = new ArrayList<>();
+        for (UpdateComponent component : chosen) {
+            String name = Values.word(component);
+            Map<String, Object> row = new LinkedHashMap<>();
+            row.put("component", name);
+            row.put("before", before.getOrDefault(name, ""));
+            row.put("version", after.getOrDefault(name, ""));
+            row.put("outcome", isUpdate ? outcome(row, answer) : word(answer, rows.size()));
+            rows.add(row);
+        }
+        if (json) {
+            Map<String, Object> map = answer.toMap();
+            map.put("list", rows);
+            Output.out().println(Json.of(map));
+        } else {
+            rows.forEach(ComponentChange::print);
+            answer.tell(asked());
+        }
+        return answer.status();
+    }
+
+    private Set<UpdateComponent> chosen() {
+        List<String> given = spec.positionalParameters().get(0).getValue();
+        Set<UpdateComponent> chosen = EnumSet.noneOf(UpdateComponent.class);
+        for (String word : given == null ? List.<String>of() : given) {
+            chosen.add(Arrays.stream(UpdateComponent.values()).filter(known -> Values.word(known).equals(word))
+                    .findFirst().orElseThrow(() -> new Refusal(Status.USAGE, "there is no component '" + word + "'",
+                            "give any of " + String.join(", ", WORDS))));
+        }
+        boolean all = option("--all");
+        if (all == !chosen.isEmpty()) {
+            throw new Refusal(Status.USAGE, all ? "components beside --all" : "no component was named",
+                    "name components, or give --all");
+        }
+        return all ? EnumSet.allOf(UpdateComponent.class) : chosen;
+    }
+
+    // The library tells only of all together; what failed is in the log, unless that is off.
+    private static String outcome(Map<String, Object> row, Answer answer) {
+        boolean failed = answer.failures().stream()
+                .anyMatch(line -> line.startsWith("update: " + row.get("component") + " download: "));
+        boolean isSilent = answer.status() == Status.FAILED && answer.failures().isEmpty();
+        return failed ? "failed" : !row.get("before").equals(row.get("version")) ? "updated"
+                : isSilent ? "failed or up to date" : "up to date";
+    }
+
+    private static String word(Answer answer, int index) {
+        List<?> words = answer.lists().get(0);
+        return index >= words.size() ? "failed" : switch (String.valueOf(words.get(index))) {
+            case "SUCCESS" -> "taken back";
+            case "ROLLBACK_UNAVAILABLE" -> "no version before";
+            default -> "failed";
+        };
+    }
+
+    private static void print(Map<String, Object> row) {
+        String version = row.values().stream().skip(1).limit(2).map(text -> text.equals("") ? "none" : (String) text)
+                .distinct().collect(Collectors.joining(" -> "));
+        Output.data(String.format("%-20s%-22s%s", row.get("component"), row.get("outcome"), version));
+    }
+}

@@ -1,0 +1,52 @@
+package com.brelvik.vesk.ui.ctl;
+
+import java.util.Map;
+
+/** Starts a job of the end-user quarantine, and waits for its end if asked to. */
+final class QuarantineJob extends PeerCommand {
+    private static final int POLL_MILLIS = 200;
+
+    private final boolean moves;
+
+    QuarantineJob(PeerMethod method) {
+        super(method);
+        moves = method.name().endsWith("transferEuqData");
+        addSwitch("--wait", "Wait for the end and tell the result. Ctrl-C ends the waiting, not the job");
+    }
+
+    @Override
+    Status run(Map<String, String> texts, boolean json) {
+        Answer started = Answer.of(method, Values.of(method, texts));
+        boolean waits = option("--wait");
+        if (!waits || started.status() != Status.DONE) {
+            return started.print(asked(), json);
+        }
+        Thread farewell = new Thread(() -> Output.talk("the job goes on; 'euq status' shows it"
+                + (moves ? ", 'euq cancel' ends it" : "")));
+        Runtime.getRuntime().addShutdownHook(farewell);
+        await(method.sibling(moves ? "isTransferringEuqData" : "isRemovingEuqData"));
+        Runtime.getRuntime().removeShutdownHook(farewell);
+        return QuarantineResult.print(method.sibling(moves ? "getTransferEuqResult" : "getRemoveEuqResult"), asked(),
+                json);
+    }
+
+    private void await(PeerMethod runs) {
+        long start = System.nanoTime();
+        boolean shows = Terminal.isThere();
+        while (Boolean.TRUE.equals(Bridge.call(runs, new Object[0]))) {
+            if (shows) {
+                long seconds = (System.nanoTime() - start) / 1_000_000_000;
+                Output.err().print("\r\033[K" + (moves ? "moving" : "removing") + " messages, " + seconds + " s ");
+            }
+            try {
+                Thread.sleep(POLL_MILLIS);
+            } catch (InterruptedException e) {
+                Thread.currentThread().interrupt();
+                return;
+            }
+        }
+        if (shows) {
+            Output.err().print("\r\033[K");
+        }
+    }
+}
