@@ -33,6 +33,12 @@ long number(const char* key, long lowest, long highest, long standard) {
   return standard;
 }
 
+// An account in it would reach the log.
+bool hasAccount(const std::string& source) {
+  const std::size_t host = source.find("//") + 2;
+  return source.substr(host, source.find('/', host) - host).find('@') != std::string::npos;
+}
+
 bool isAllowed(const std::string& source) {
   return source.starts_with("https://") || source.starts_with("file:///") ||
          (source.starts_with("http://") && setting("allow_http") == "yes");
@@ -46,8 +52,11 @@ std::string below(const std::string& home, const std::string& path) {
 
 bool readOptions(const std::string& home, Options& options, Failure& failure) {
   options.source = setting("source");
-  if (options.source.empty()) {
-    return failure.set("settings", "no source", "", "set source in section update");
+  if (options.source.empty() || hasAccount(options.source)) {
+    const bool none = options.source.empty();
+    options.source.clear();
+    return failure.set("settings", none ? "no source" : "source not usable: it names an account",
+                       "", "set source in section update");
   }
   if (!isAllowed(options.source)) {
     return failure.set("settings", "source not usable", options.source,

@@ -1,5 +1,6 @@
 #include "Source.h"
 
+#include <chrono>
 #include <mutex>
 
 namespace VESK::update {
@@ -8,9 +9,14 @@ namespace {
 
 constexpr long BUFFER = 256 * 1024;
 
+using Clock = std::chrono::steady_clock;
+
 struct Transfer {
   CURL* curl;
   const Source::Sink& sink;
+  Clock::duration patience;
+  curl_off_t received = 0;
+  Clock::time_point last = Clock::now();
 };
 
 // What comes with another status (a redirection's page, say) is not the content.
@@ -25,6 +31,14 @@ std::size_t receive(char* data, std::size_t, std::size_t size, void* context) {
   return isContent(transfer->curl) && transfer->sink(data, size) ? size : size + 1;
 }
 
+// libcurl asks at least once a second. Its own limit looks at an average and takes seconds longer.
+int isStalled(void* context, curl_off_t, curl_off_t received, curl_off_t, curl_off_t) {
+  auto* transfer = static_cast<Transfer*>(context);
+  if (received != transfer->received) transfer->last = Clock::now();
+  transfer->received = received;
+  return Clock::now() - transfer->last > transfer->patience ? 1 : 0;
+}
+
 const char* hintOf(CURLcode code) {
   switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
@@ -32,6 +46,7 @@ const char* hintOf(CURLcode code) {
     case CURLE_COULDNT_CONNECT:
       return "check host and port in source, and the firewall";
     case CURLE_OPERATION_TIMEDOUT:
+    case CURLE_ABORTED_BY_CALLBACK:
       return "try again, what was fetched is kept; or raise the time-outs in section update";
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CACERT_BADFILE:
@@ -70,8 +85,6 @@ void Source::prepare(const std::string& name, std::uint64_t from) {
     curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);  // no other authority
   }
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, options.connectTimeout);
-  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, options.stallTimeout);
   curl_easy_setopt(handle, CURLOPT_TIMEOUT, options.timeout);
   curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, BUFFER);
   curl_easy_setopt(handle, CURLOPT_RESUME_FROM_LARGE, static_cast<curl_off_t>(from));
@@ -81,6 +94,7 @@ bool Source::fail(const std::string& name, CURLcode code, Failure& failure) cons
   long status = 0;
   curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
   std::string reason = name + ": " + curl_easy_strerror(code);
+  if (code == CURLE_ABORTED_BY_CALLBACK) reason = name + ": the source fell silent";
   if (status != 0 && status != 200 && status != 206) {
     reason = name + ": the server answers " + std::to_string(status);
   }
@@ -93,10 +107,13 @@ Source::End Source::fetch(const std::string& name, std::uint64_t from, const Sin
     failure.set("fetch", "libcurl cannot start", "", "check the memory");
     return End::failed;
   }
-  const Transfer transfer{curl.get(), sink};
+  Transfer transfer{curl.get(), sink, std::chrono::seconds(options.stallTimeout)};
   prepare(name, from);
   curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, receive);
   curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &transfer);
+  curl_easy_setopt(curl.get(), CURLOPT_XFERINFOFUNCTION, isStalled);
+  curl_easy_setopt(curl.get(), CURLOPT_XFERINFODATA, &transfer);
+  curl_easy_setopt(curl.get(), CURLOPT_NOPROGRESS, 0L);
   const CURLcode code = curl_easy_perform(curl.get());
   long status = 0;
   curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);

@@ -109,8 +109,9 @@ BvUpdateRet Updater::update(Store& store, const std::string& component, bool for
     return UPDATE_FAILED;
   }
   const Package& package = entry->second;
-  store.forgetPackages(package.sha256);
-  if (!wanted(store, component, package, force, failure)) return UPDATE_NO_CHANGE;
+  const bool fetch = wanted(store, component, package, force, failure);
+  store.forgetPackages(fetch ? package.sha256 : "");
+  if (!fetch) return UPDATE_NO_CHANGE;
   const std::string before = store.version();
   if (!install(store, package, failure)) return UPDATE_FAILED;
   Log::LogByLevel(LOG_DETAIL, "update: %s: %s is in use now, before it was %s", component.c_str(),
