@@ -8,6 +8,20 @@
 
 using namespace VESK::filter;
 
+namespace {
+
+// Each one makes every step of a search slower.
+constexpr std::uint32_t MOST_GROUPS = 100;
+
+bool refuse(std::size_t position, const std::string& reason, const char* hint) {
+  VESK::Log::LogByLevel(VESK::LOG_NORMAL,
+                        "keyword: regular expression refused at character %zu: %s; hint: %s",
+                        position, reason.c_str(), hint);
+  return false;
+}
+
+}  // namespace
+
 bool KeywordList::valReg(const char* regularExpression) const {
   if (regularExpression == nullptr) return false;
   // The converter has told what was wrong with the expression.
@@ -15,17 +29,16 @@ bool KeywordList::valReg(const char* regularExpression) const {
   const std::string_view text(regularExpression);
   const Pattern pattern(text, Pattern::FOR_VALIDATION);
   if (!pattern.ok()) {
-    VESK::Log::LogByLevel(VESK::LOG_NORMAL,
-                          "keyword: regular expression refused at character %zu: %s; hint: it may "
-                          "have %zu bytes and is written in PCRE2's syntax",
-                          positionOf(text, pattern.errorOffset()), pattern.error().c_str(),
-                          LONGEST_PATTERN);
-    return false;
+    return refuse(positionOf(text, pattern.errorOffset()), pattern.error(),
+                  "PCRE2's syntax, at most 256 KiB, parentheses 200 deep");
   }
-  if (!runsAway(text, pattern)) return true;
-  VESK::Log::LogByLevel(VESK::LOG_NORMAL,
-                        "keyword: regular expression refused: it runs away on a text that almost "
-                        "fits; hint: no repetition of what repeats itself, as in (a+)+ or (a|ab)*: "
-                        "write (?>a+)+ or a+");
-  return false;
+  if (pattern.captures() > MOST_GROUPS) {
+    return refuse(1, "more than 100 groups that capture", "write (?:...) for (...)");
+  }
+  if (runsAway(text, pattern)) {
+    return refuse(
+        1, "it runs away on a text that almost fits",
+        "no repetition of what repeats itself, as in (a+)+ or (a|ab)*: write (?>a+)+, a+");
+  }
+  return true;
 }

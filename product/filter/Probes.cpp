@@ -1,6 +1,8 @@
 #include "Probes.h"
 
 #include <algorithm>
+#include <cstring>
+#include <set>
 #include <string>
 
 #include "Text.h"
@@ -12,10 +14,16 @@ namespace {
 constexpr int COPIES = 24;       // doubling so often is plenty, and three nested runs are not much
 constexpr int MOST_DEPTH = 200;  // of parentheses, as compiled
 constexpr std::uint32_t STEPS = 20'000;
-constexpr int MOST_REPETITIONS = 16;
 constexpr int WAYS = 4;
-// Characters of expression that are read in all.
-constexpr std::size_t MOST_READING = 400'000;
+// Of a short expression without groups: a probe that almost takes all its steps takes half a
+// millisecond.
+constexpr std::size_t MOST_PROBES = 48;
+constexpr std::size_t FEWEST_PROBES = 4;
+
+// The time of a step grows with the groups, that of making a probe with the length.
+std::size_t probesFor(std::size_t length, std::size_t captures) {
+  return std::max(MOST_PROBES / (1 + captures / 20 + length / 2000), FEWEST_PROBES);
+}
 
 // Stands in a sample where the text must begin.
 constexpr const char* START = "\x01";
@@ -32,33 +40,35 @@ struct Repeat {
 // the text is worse, no more.
 class Sample {
  public:
-  // Which of the expression's repetitions is written many times (none if negative), and how the
-  // rest is written: 0 as short as possible, 1 and more each part at least once, with that
-  // alternative.
-  Sample(std::string_view expression, int target, int way)
-      : text(expression), wanted(target), choice(way) {}
+  static constexpr int NONE = -1;
 
-  // Ends behind the repetition.
-  std::string write() { return alternatives(0); }
+  // `wanted` is the expression's repetition that is written many times, and the text ends there;
+  // NONE writes nothing and only looks. The rest is written as short as possible in way 0, in the
+  // others each part at least once, with the first, second, ... alternative.
+  Sample(std::string_view expression, int wanted, int way)
+      : text(expression), target(wanted), choice(way) {
+    alternatives(0);
+  }
 
-  bool written() const { return done; }  // the wanted repetition
+  const std::string& written() const { return out; }
   int repetitions() const { return seen; }
   // Neither a repeated group nor three repetitions that can divide one text between them: nothing
   // that could run away.
   bool harmless() const { return !repeatedGroup && most < 3; }
 
  private:
-  std::string alternatives(int depth);
-  std::string sequence(int depth);
-  std::string atom(int depth);
-  std::string group(int depth);
-  std::string escape();
-  std::string set();
-  std::string namedSet();
+  void alternatives(int depth);
+  void sequence(int depth);
+  void atom(int depth);
+  void group(int depth);
+  bool groupHead(bool& closed);
+  void escape();
+  void set();
+  void namedSet();
   Repeat repeat();
   bool braces(Repeat& found);
   int number();
-  std::string repeated(const std::string& one, const Repeat& how, bool isAny, bool inside);
+  void apply(const Repeat& how, std::size_t begin, bool isAny);
 
   bool more() const { return at < text.size(); }
   bool take(std::string_view word) {
@@ -66,59 +76,65 @@ class Sample {
     at += word.size();
     return true;
   }
+  void write(std::string_view piece) {
+    if (target != NONE) out += piece;
+  }
 
   std::string_view text;
-  int wanted;
+  int target;
   int choice;
+  std::string out;
   std::size_t at = 0;
   int seen = 0;
-  bool done = false;
+  bool done = false;  // the wanted repetition is written; nothing more is read
   bool repeatedGroup = false;
   int running = 0;  // repetitions since the last atomic group began
   int most = 0;
 };
 
-std::string Sample::alternatives(int depth) {
-  std::string chosen;
-  bool final = false;
+void Sample::alternatives(int depth) {
+  const std::size_t begin = out.size();
   for (int i = 0;; ++i) {
-    const bool before = done;
-    std::string one = sequence(depth);
-    if (!final && (i <= std::max(choice - 1, 0) || (done && !before))) chosen = std::move(one);
-    final = final || (done && !before);
-    if (!take("|")) return chosen;
+    const std::size_t own = out.size();
+    sequence(depth);
+    if (done || i < choice || i == 0) {
+      out.erase(begin, own - begin);
+    } else {
+      out.resize(own);
+    }
+    if (!take("|")) return;
   }
 }
 
-std::string Sample::sequence(int depth) {
-  std::string made;
+void Sample::sequence(int depth) {
   while (more() && text[at] != '|' && text[at] != ')') {
-    const bool before = done;
     const bool isGroup = text[at] == '(';
     const bool isAny = text[at] == '.';
-    std::string one = atom(depth);
-    const bool inside = done && !before;
+    const std::size_t begin = out.size();
+    atom(depth);
+    if (done) return;
     const Repeat how = repeat();
     repeatedGroup = repeatedGroup || (isGroup && how.grows());
-    std::string piece = repeated(one, how, isAny, inside);
-    if (!before) made += piece;
+    apply(how, begin, isAny);
   }
-  return made;
 }
 
-std::string Sample::repeated(const std::string& one, const Repeat& how, bool isAny, bool inside) {
-  if (how.grows()) most = std::max(most, ++running);
-  const bool target = how.grows() && seen++ == wanted && !done;
-  if (inside) return one;
-  int copies = std::max(how.least, choice > 0 && how.most > 0 && !isAny ? 1 : 0);
-  if (target) copies = COPIES;
-  done = done || target;
-  std::string made;
-  for (int i = 0; i < std::min(copies, COPIES); ++i) made += one;
-  return made;
+void Sample::apply(const Repeat& how, std::size_t begin, bool isAny) {
+  if (how.grows()) {
+    most = std::max(most, ++running);
+    done = seen++ == target;
+  }
+  const bool once = choice > 0 && how.most > 0 && !isAny;
+  const int copies = done ? COPIES : std::min(std::max(how.least, once ? 1 : 0), COPIES);
+  if (done) at = text.size();
+  if (copies == 1) return;
+  const std::string one = out.substr(begin);
+  out.resize(begin);
+  for (int i = 0; i < copies; ++i) out += one;
 }
 
-std::string Sample::atom(int depth) {
+void Sample::atom(int depth) {
+  const std::size_t length = characterLength(text, at);
   switch (text[at]) {
     case '(':
       return group(depth);
@@ -127,118 +143,108 @@ std::string Sample::atom(int depth) {
     case '\\':
       return escape();
     case '.':
-      ++at;
-      return "a";
+      write("a");
+      break;
     case '^':
-      ++at;
-      return START;
+      write(START);
+      break;
     case '$':
-      ++at;
-      return {};
-    default: {
-      const std::size_t length = characterLength(text, at);
-      const std::string_view one = text.substr(at, length);
-      at += length;
-      return std::string(one);
-    }
+      break;
+    default:
+      write(text.substr(at, length));
   }
+  at += length;
 }
 
-std::string Sample::group(int depth) {
-  ++at;
-  const int outside = running;
-  const bool before = done;
-  bool closed = false;  // what is in it is not tried in another way from outside
-  bool absent = false;
+// Whether the group says that its content must not be there. `closed`: nothing in it is tried in
+// another way from outside.
+bool Sample::groupHead(bool& closed) {
   if (take("?#")) at = std::min(text.find(')', at), text.size());
-  if (take("?=") || take("?>") || take("?<=")) {
-    closed = true;
-  } else if (take("?!") || take("?<!")) {
-    closed = absent = true;
-  } else if (take("?")) {
+  closed = take("?=") || take("?>") || take("?<=");
+  if (closed) return false;
+  closed = take("?!") || take("?<!");
+  if (!closed && take("?")) {
     // A name or options.
     at = std::min(text.find_first_of(">':)|", at + 1), text.size());
     if (more() && text[at] != ')') ++at;
   }
+  return closed;
+}
+
+void Sample::group(int depth) {
+  ++at;
+  const int outside = running;
+  const std::size_t begin = out.size();
+  bool closed = false;
+  const bool absent = groupHead(closed);
   if (closed) running = 0;
-  std::string inner = depth < MOST_DEPTH ? alternatives(depth + 1) : "";
+  if (depth < MOST_DEPTH) alternatives(depth + 1);
+  if (done) return;
   take(")");
   if (closed) running = outside;
+  if (absent) out.resize(begin);
   // A word in a condition of its own must end.
-  if (closed && !done && !inner.empty()) inner += ' ';
-  return absent && done == before ? "" : inner;
+  if (closed && out.size() > begin) write(" ");
 }
 
-std::string Sample::escape() {
+void Sample::escape() {
   ++at;
-  if (!more()) return {};
-  const char c = text[at];
-  const std::size_t length = characterLength(text, at);
-  const std::string_view one = text.substr(at, length);
-  at += length;
-  if ((c == 'p' || c == 'P' || c == 'x' || c == 'o' || c == 'g' || c == 'k' || c == 'N') &&
-      take("{")) {
+  if (!more()) return;
+  const std::string_view one = text.substr(at, characterLength(text, at));
+  at += one.size();
+  const char c = one[0];
+  if (std::strchr("pPxogkN", c) != nullptr && take("{")) {
     at = std::min(text.find('}', at), text.size());
     take("}");
-    return c == 'g' || c == 'k' ? "" : "a";
+    return write(c == 'g' || c == 'k' ? "" : "a");
   }
-  switch (c) {
-    case 'd':
-      return "0";
-    case 's':
-    case 'h':
-      return " ";
-    case 'w':
-    case 'S':
-    case 'D':
-    case 'N':
-      return "a";
-    case 'W':
-    case 'H':
-      return "-";
-    case 'R':
-    case 'n':
-      return "\n";
-    case 't':
-      return "\t";
-    case 'A':
-      return START;
-    default:
-      // Letters and digits that are left stand for places and references.
-      return boundsWord(one) && c != '_' && length == 1 ? "" : std::string(one);
+  struct Class {
+    const char* letters;
+    const char* member;
+  };
+  static constexpr Class CLASSES[] = {{"d", "0"},  {"shv", " "}, {"wSDN", "a"}, {"WHV", "-"},
+                                      {"t", "\t"}, {"nR", "\n"}, {"A", START}};
+  for (const Class& known : CLASSES) {
+    if (std::strchr(known.letters, c) != nullptr) return write(known.member);
   }
+  // Letters and digits that are left stand for places and references.
+  if (one.size() > 1 || c == '_' || !boundsWord(one)) write(one);
 }
 
-std::string Sample::namedSet() {
+void Sample::namedSet() {
   const std::string_view name = text.substr(at, 5);
   at = std::min(text.find(":]", at), text.size());
   take(":]");
-  if (name == "digit") return "0";
-  return name == "space" || name == "blank" ? " " : "a";
+  write(name == "digit" ? "0" : name == "space" || name == "blank" ? " " : "a");
 }
 
 // The set's first member; of a negated one some character that is hardly ever excluded.
-std::string Sample::set() {
+void Sample::set() {
   ++at;
   const bool negated = take("^");
   const std::size_t begin = at;
-  std::string first;
+  const std::size_t before = out.size();
   while (more() && (text[at] != ']' || at == begin)) {
+    const std::size_t written = out.size();
     if (take("[:")) {
-      const std::string one = namedSet();
-      if (first.empty()) first = one;
+      namedSet();
+    } else if (text[at] == '\\') {
+      escape();
     } else {
-      const std::string one = text[at] == '\\' ? escape() : std::string(1, text[at++]);
-      if (first.empty()) first = one;
+      const std::size_t length = characterLength(text, at);
+      write(text.substr(at, length));
+      at += length;
     }
+    if (written > before) out.resize(written);
   }
   const std::string_view members = text.substr(begin, at - begin);
   take("]");
-  if (!negated) return first;
+  if (!negated) return;
+  out.resize(before);
   for (const char* one : {"a", "0", " ", "-", "z"}) {
-    if (members.find(one) == std::string_view::npos) return one;
+    if (members.find(one) == std::string_view::npos) return write(one);
   }
-  return "~";
+  write("~");
 }
 
 int Sample::number() {
@@ -294,19 +300,19 @@ std::string probeOf(std::string sample, const char* end) {
 }  // namespace
 
 bool runsAway(std::string_view regularExpression, const Pattern& pattern) {
-  Sample look(regularExpression, -1, 0);
-  look.write();
+  const Sample look(regularExpression, Sample::NONE, 0);
   if (look.harmless()) return false;
-  const std::size_t readings = MOST_READING / (WAYS * regularExpression.size());
-  const int targets = std::min(
-      {look.repetitions(), MOST_REPETITIONS, static_cast<int>(std::max<std::size_t>(readings, 1))});
-  for (int target = 0; target < targets; ++target) {
+  std::size_t left = probesFor(regularExpression.size(), pattern.captures());
+  std::set<std::string> tried;
+  for (int target = 0; target < look.repetitions(); ++target) {
     for (int way = 0; way < WAYS; ++way) {
-      Sample sample(regularExpression, target, way);
-      const std::string text = sample.write();
+      const Sample sample(regularExpression, target, way);
+      if (!tried.insert(sample.written()).second) continue;
       // The second end does not fit before $ and the most general sets either.
       for (const char* end : {"", "\n!\n"}) {
-        if (pattern.matchStart(probeOf(text, end), STEPS) == Pattern::GAVE_UP) return true;
+        if (left-- == 0) return false;
+        const std::string probe = probeOf(sample.written(), end);
+        if (pattern.matchStart(probe, STEPS) == Pattern::GAVE_UP) return true;
       }
     }
   }

@@ -86,14 +86,16 @@ const char* boundaryAt(std::string_view character) {
 // At the phrase's ends a star means that the word may go on there, and finds nothing itself.
 std::string wordRegEx(const Word& word, bool first, bool last) {
   const std::size_t count = word.size();
-  if (count > 1 && word[0].regex.empty() && word[1].regex.empty()) return "\\w++";
+  if (count > 1 && word[0].regex.empty() && word[1].regex.empty()) {
+    return first || last ? "\\w" : "\\w++";
+  }
   const bool endsInStar = count > 1 && word.back().regex.empty();
   const std::size_t stop = endsInStar ? count - 1 : count;
   std::string made = (first ? boundaryAt(word[0].first) : "") + word[0].regex;
   for (std::size_t i = 1; i < stop; ++i) {
     const bool final = i + 1 == count;
     const bool opens = first && i == 1 && word[0].regex.empty();
-    if (opens && i + 1 == stop) {
+    if (opens && i + 1 == stop && (last || !endsInStar)) {
       made +=
           word[i].regex;  // nothing in front of it and no star behind: it is looked for anywhere
     } else if (opens) {

@@ -75,6 +75,7 @@ TEST_F(FilterTest, FindsWhatAnAdministratorMeans) {
       {"blue NOT(red OR NOT green)", {"blue green"}, {"blue", "blue green red"}},
       {"(a OR NOT b) (c OR NOT d) NOT (e f)", {"a c e", "", "f"}, {"b", "a d", "e f"}},
       {"\"top   secret\"", {"Top\n\tsecret!"}, {"top-secret", "secret top", "stop secret"}},
+      {"* \"* b\" \"*a* c\"", {"bac c b"}, {"b c ac"}},
       {"\"free * pill*\"", {"free blue pills", "free x pill"}, {"free pills", "free a b pills"}},
       {"\"*ly c?t a*z b\"", {"early cut abcz B"}, {"early cut abz c b", "early cut abcz bb"}},
       {"/\\d{3}-\\d{3}/", {"call 555-123 now", "0555-1234"}, {"55-123"}},
@@ -206,6 +207,13 @@ TEST_F(FilterTest, MatchGivesUpInsteadOfRunningAway) {
   EXPECT_FALSE(filter.match({text}, result));
   EXPECT_TRUE(result.gaveUp);
   EXPECT_THAT(logLine(), HasSubstr("given up"));
+  // What words and phrases become takes about a step a letter.
+  for (const char* fast :
+       {"*ab", "\"* b\"", "\"*a* b\"", "*a*a*b", "a*a*a*b", "NOT a?b x", "\"a* *b\""}) {
+    ASSERT_TRUE(filter.init(fast));
+    filter.match({text}, result);
+    EXPECT_FALSE(result.gaveUp) << fast;
+  }
   filter.reset();
   EXPECT_FALSE(filter.match({text}, result));
   EXPECT_FALSE(result.gaveUp);
@@ -234,6 +242,8 @@ TEST_F(FilterTest, LongestExpressionsEndSoon) {
       {"/" + repeated("(", 199) + "a+" + repeated(")+", 199) + "/", false},
       {"/" + repeated("(", 201) + repeated(")", 201) + "/", false},
       {"/" + repeated("a{1,999}", 1200) + "/", false},
+      {"/" + repeated("(a|b)+c", 100) + "/", true},
+      {"/" + repeated("(a|b)+c", 101) + "/", false},
       {"/((a{999}){999}){999}/", false},
       {"/(?<=" + repeated("(a|b)", 1900) + ")/", false},
       {repeated("/" + repeated("(a|b*)+", 10) + "/ ", 100), false},
