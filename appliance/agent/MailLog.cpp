@@ -65,6 +65,7 @@ bool MailLog::get(LogPage& page) {
       static_cast<std::uint64_t>(page.pagenumber - 1) * static_cast<std::uint64_t>(page.pagesize);
   const std::uint64_t skipped = asked ? 0 : walk.skip(before);
   const std::int32_t taken = there ? walk.take(page) : 0;
+  LogPlace place = walk.place();  // before counting, which walks on to the end
   if (page.pagenumber == 1 || (!asked && page.totalcount == 0)) {
     setCounts(page, skipped + static_cast<std::uint64_t>(taken) + walk.countRest());
   }
@@ -72,7 +73,6 @@ bool MailLog::get(LogPage& page) {
                                 ? page.pagenumber
                                 : page.pagenumber + 1;
   if (taken > 0) {
-    LogPlace place = walk.place();
     place.nextPage = place.lastNextPage = next;
     page.fileName = walk.file().name.substr(0, longestName);
     page.inode = static_cast<std::uint32_t>(place.inode);
