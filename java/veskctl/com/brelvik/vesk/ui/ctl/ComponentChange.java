@@ -23,26 +23,27 @@ final class ComponentChange extends PeerCommand {
         spec.addPositional(PositionalParamSpec.builder().index("0..*").arity("0..*").type(List.class)
                 .auxiliaryTypes(String.class).paramLabel("COMPONENT").completionCandidates(WORDS)
                 .description("Any of " + String.join(", ", WORDS)).build());
-        addSwitch("--all", "All components" + (isUpdate ? "" : " that have a version before"));
+        addSwitch("--all", isUpdate ? "All that the source has" : "All that are installed");
     }
 
     @Override
     Status run(Map<String, String> texts, boolean json) {
-        Set<UpdateComponent> chosen = chosen();
-        texts.put("COMPONENTS", UpdateComponent.selection(chosen));
+        Set<UpdateComponent> chosen = named();
         PeerMethod versions = method.sibling("getCurrentVersion");
         Map<String, String> before = ComponentVersions.byName(ComponentVersions.ask(versions));
+        if (chosen.isEmpty()) {
+            Answer all = ComponentVersions.ask(isUpdate ? method.sibling("getAvailVersion") : versions);
+            chosen = installed(ComponentVersions.byName(all));
+            if (chosen.isEmpty()) {
+                return all.print(asked(), json);
+            }
+        }
+        texts.put("COMPONENTS", UpdateComponent.selection(chosen));
         Answer answer = Answer.of(method, Values.of(method, texts));
         Map<String, String> after = ComponentVersions.byName(ComponentVersions.ask(versions));
         List<Map<String, Object>> rows = new ArrayList<>();
         for (UpdateComponent component : chosen) {
-            String name = Values.word(component);
-            Map<String, Object> row = new LinkedHashMap<>();
-            row.put("component", name);
-            row.put("before", before.getOrDefault(name, ""));
-            row.put("version", after.getOrDefault(name, ""));
-            row.put("outcome", isUpdate ? outcome(row, answer) : word(answer, rows.size()));
-            rows.add(row);
+            rows.add(row(Values.word(component), before, after, answer, rows.size()));
         }
         if (json) {
             Map<String, Object> map = answer.toMap();
@@ -55,7 +56,18 @@ final class ComponentChange extends PeerCommand {
         return answer.status();
     }
 
-    private Set<UpdateComponent> chosen() {
+    private Map<String, Object> row(String name, Map<String, String> before, Map<String, String> after, Answer answer,
+            int index) {
+        Map<String, Object> row = new LinkedHashMap<>();
+        row.put("component", name);
+        row.put("before", before.getOrDefault(name, ""));
+        row.put("version", after.getOrDefault(name, ""));
+        row.put("outcome", isUpdate ? outcome(row, answer) : word(answer, index));
+        return row;
+    }
+
+    // Empty for all.
+    private Set<UpdateComponent> named() {
         List<String> given = spec.positionalParameters().get(0).getValue();
         Set<UpdateComponent> chosen = EnumSet.noneOf(UpdateComponent.class);
         for (String word : given == null ? List.<String>of() : given) {
@@ -68,7 +80,14 @@ final class ComponentChange extends PeerCommand {
             throw new Refusal(Status.USAGE, all ? "components beside --all" : "no component was named",
                     "name components, or give --all");
         }
-        return all ? EnumSet.allOf(UpdateComponent.class) : chosen;
+        return chosen;
+    }
+
+    // Those that have a version, there or here.
+    private static Set<UpdateComponent> installed(Map<String, String> versions) {
+        return Arrays.stream(UpdateComponent.values())
+                .filter(known -> !versions.getOrDefault(Values.word(known), "").isEmpty())
+                .collect(Collectors.toCollection(() -> EnumSet.noneOf(UpdateComponent.class)));
     }
 
     // The library tells only of all together; what failed is in the log, unless that is off.

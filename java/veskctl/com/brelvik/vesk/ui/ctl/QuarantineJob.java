@@ -1,9 +1,14 @@
 package com.brelvik.vesk.ui.ctl;
 
+import java.io.IOException;
+import java.nio.file.Files;
 import java.util.Map;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 
 /** Starts a job of the end-user quarantine, and waits for its end if asked to. */
 final class QuarantineJob extends PeerCommand {
+    private static final Pattern PROGRESS = Pattern.compile("(\\w+) (\\d+) (\\d+)\\s");
     private static final int POLL_MILLIS = 200;
 
     private final boolean moves;
@@ -30,13 +35,28 @@ final class QuarantineJob extends PeerCommand {
                 json);
     }
 
+    /** How far a job is that runs, as the library shows it in a file. */
+    static String progress(boolean moves) {
+        try {
+            String line = Files.readString(InstallRoot.open().path().resolve("data/euq/progress"));
+            Matcher counts = PROGRESS.matcher(line);
+            if (counts.lookingAt() && counts.group(1).equals(moves ? "transfer" : "remove")) {
+                return counts.group(2) + " of " + counts.group(3) + " messages";
+            }
+        } catch (IOException e) {
+            // Not begun yet, or over.
+        }
+        return "messages";
+    }
+
     private void await(PeerMethod runs) {
         long start = System.nanoTime();
         boolean shows = Terminal.isThere();
         while (Boolean.TRUE.equals(Bridge.call(runs, new Object[0]))) {
             if (shows) {
                 long seconds = (System.nanoTime() - start) / 1_000_000_000;
-                Output.err().print("\r\033[K" + (moves ? "moving" : "removing") + " messages, " + seconds + " s ");
+                Output.err().print("\r\033[K" + (moves ? "moved " : "removed ") + progress(moves) + ", " + seconds
+                        + " s");
             }
             try {
                 Thread.sleep(POLL_MILLIS);

@@ -42,7 +42,7 @@ final class QuarantineStatus extends PeerCommand {
     private String shown(String result, Object job) {
         Map<?, ?> facts = (Map<?, ?>) job;
         String text = String.valueOf(facts.get("text"));
-        return facts.get("running").equals(true) ? "runs"
+        return facts.get("running").equals(true) ? "runs: " + QuarantineJob.progress(result.contains("Transfer"))
                 : facts.get("code").equals(-1) ? "none yet"
                 : Meaning.describe(method.sibling(result), (Integer) facts.get("code")) + ": " + text;
     }

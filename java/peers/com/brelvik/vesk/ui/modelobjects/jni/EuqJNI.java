@@ -26,7 +26,7 @@ import com.brelvik.vesk.ui.modelobjects.ResultCode;
         @OwnCode(code = 7, name = "NOT_ENABLED", kind = ResultCode.Kind.FAILED,
                 meaning = "the quarantine is switched off", cures = "switch it on with 'euq on'"),
         @OwnCode(code = 8, name = "NO_JOB", kind = ResultCode.Kind.NO,
-                meaning = "no transfer runs"),
+                meaning = "no transfer runs", cures = "see 'euq status' for how the last one ended"),
         @OwnCode(code = 9, name = "CANCELLED", kind = ResultCode.Kind.NO,
                 meaning = "the job was cancelled; what it did stays done",
                 cures = "start it again: it goes on with what is left"),
@@ -155,7 +155,7 @@ public final class EuqJNI {
      */
     @ConsoleCommand(group = "euq", name = "transfer-result", help = "How did the last transfer end?", codes = 0,
             own = @OwnCode(code = -1, name = "NO_RESULT", kind = ResultCode.Kind.NO,
-                    meaning = "there was no transfer, or it still runs"))
+                    meaning = "there was no transfer, or it still runs", cures = "see 'euq status'"))
     public native int getTransferEuqResult();
 
     /**
@@ -188,7 +188,7 @@ public final class EuqJNI {
      */
     @ConsoleCommand(group = "euq", name = "remove-result", help = "How did the last removal end?", codes = 0,
             own = @OwnCode(code = -1, name = "NO_RESULT", kind = ResultCode.Kind.NO,
-                    meaning = "there was no removal, or it still runs"))
+                    meaning = "there was no removal, or it still runs", cures = "see 'euq status'"))
     public native int getRemoveEuqResult();
 
     /**
