@@ -44,10 +44,8 @@ struct Explanation {
 constexpr Explanation EXPLANATIONS[] = {
     {SQLITE_BUSY, "locked", "another program keeps it longer than [euq] busy_timeout; end it"},
     {SQLITE_FULL, "disk full", "make room on its file system and try again; nothing is lost"},
-    {SQLITE_CORRUPT, "damaged",
-     "put a backup of it in its place, or rescue it with sqlite3 .recover"},
-    {SQLITE_NOTADB, "damaged",
-     "put a backup of it in its place, or rescue it with sqlite3 .recover"},
+    {SQLITE_CORRUPT, "damaged", "put a backup in its place, or rescue it with sqlite3 .dump"},
+    {SQLITE_NOTADB, "damaged", "put a backup in its place, or rescue it with sqlite3 .dump"},
     {SQLITE_CANTOPEN, "cannot be opened", "check that it is there and the rights of its folder"},
     {SQLITE_READONLY, "cannot be written", "check the rights of it and of its folder"},
     {SQLITE_PERM, "cannot be written", "check the rights of it and of its folder"},
