@@ -10,13 +10,15 @@
 // each, so that a process killed at any moment leaves an old or a new version, never a mix.
 //
 // Settings read, section "update": "source" (URL of the folder with manifest.json, https:// or
-// file://; http:// only with allow_http = yes), "ca_file" (PEM file of the authorities that https
-// trusts, default the system's), "key_file" (PEM file of the Ed25519 public key that signs the
-// manifest, default config/update-key.pem below the install root), "connect_timeout" (seconds,
+// file:///; http:// only with allow_http = yes; without an account in it), "ca_file" (PEM file of
+// the authorities that https trusts, default the system's), "key_file" (PEM file of the Ed25519
+// public key that signs the manifest, default config/update-key.pem), "connect_timeout" (seconds,
 // default 5), "stall_timeout" (seconds without a byte, default 30), "timeout" (seconds for one
-// whole download, default 1800), "max_package" (MiB, default 1024; unpacked, four times as much). A
-// source above the version in use is refused when its version is lower: there is no downgrade but a
-// rollback.
+// whole transfer, default 1800), "max_package" (MiB, default 1024; unpacked, four times as much).
+// Paths count from the install root. No proxy is used, no redirection followed.
+//
+// A source's version below the one in use is refused: there is no downgrade but a rollback. A
+// manifest with a lower serial than the last accepted one is refused as well.
 #ifndef VESK_PRODUCT_UPDATE_H
 #define VESK_PRODUCT_UPDATE_H
 
@@ -77,11 +79,14 @@ class BvUpdate {
   static bool isRunning(std::string& text);
 
   // Brings a component to the source's version. `version` becomes the version in use afterwards,
-  // empty when there is none. With `force` a version equal to the one in use is fetched again.
+  // empty when there is none. With `force` a version equal to the one in use, or to the one that a
+  // rollback left, is fetched again. A manifest, or that there is none, is believed for a minute:
+  // the components of one click share it. FAILED also when another update is running.
   BvUpdateRet download(BvUpdateType type, std::string& version, bool force);
 
-  // Back to the version before, which the source's next newer version replaces again. `source` is
-  // who asked, for the event log. There is one step back.
+  // Back to the version before. What it left is remembered and not fetched again without force; the
+  // source's next other version above the one in use is. There is one step back. Writes the event
+  // itself: `source` is who asked.
   BvUpdateRet rollback(BvUpdateType type, int source);
 
   // 0: `first` is the component's name, `second` the version at the source. 2: the source has no
