@@ -1,11 +1,11 @@
 // The product's client of its scanner agents: SOAP 1.1 over HTTP, as agent.wsdl describes it.
 //
-// `endpoint` is "http://host:port", to which "/agent" is appended; one that has a path already, more
-// than "/", is taken as it is. Texts are NUL-terminated UTF-8; a supplementary character may arrive
-// as the Java VM writes it (two three-byte surrogates) and is normalised before it is sent. A text
-// that XML 1.0 cannot hold is not sent: the call is false. Every call makes its own connection, ends
-// within its time-outs and keeps nothing; all of them may be called from several threads at once.
-// Redirects and the machine's proxy settings are not followed.
+// `endpoint` is "http://host:port", to which "/agent" is appended; one that has a path already,
+// more than "/", is taken as it is. Texts are NUL-terminated UTF-8; a supplementary character may
+// arrive as the Java VM writes it (two three-byte surrogates) and is normalised before it is sent.
+// A text that XML 1.0 cannot hold is not sent: the call is false. Every call makes its own
+// connection, ends within its time-outs and keeps nothing; all of them may be called from several
+// threads at once. Redirects and the machine's proxy settings are not followed.
 //
 // A call is true only when the agent answered it: HTTP 200, a well-formed answer of at most 16 MiB
 // (64 KiB to a notification) to the very operation asked, without a DOCTYPE, with every element
