@@ -56,6 +56,7 @@ std::optional<Age> ageOf(std::string suffix) {
     if ((c < '0' || c > '9') && !(age.dated && c == '-')) return std::nullopt;
     if (c != '-' && (c != '0' || !age.number.empty())) age.number += c;
   }
+  if (age.number.empty()) age.number = "0";
   return age;
 }
 

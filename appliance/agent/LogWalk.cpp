@@ -143,7 +143,7 @@ void LogWalk::visit(const Lines::Visit& visitor) {
   while (goesOn && !over()) {
     const Range part = range();
     const auto step = [&](const Line& line) {
-      offset = oldestFirst ? line.next : line.begin;
+      offset = lastOffset = oldestFirst ? line.next : line.begin;
       last = index;
       return goesOn = visitor(line);
     };
@@ -187,6 +187,6 @@ std::uint64_t LogWalk::countRest() {
   return events;
 }
 
-LogPlace LogWalk::place() const { return {logs[last].inode, offset, logs[last].head}; }
+LogPlace LogWalk::place() const { return {logs[last].inode, lastOffset, logs[last].head}; }
 
 }  // namespace agent

@@ -44,7 +44,8 @@ class LogWalk {
   bool oldestFirst;
   std::size_t index;
   std::uint64_t offset;
-  std::size_t last;
+  std::size_t last;  // of the last event
+  std::uint64_t lastOffset = 0;
 };
 
 }  // namespace agent
