@@ -11,7 +11,6 @@ using namespace database;
 
 namespace {
 
-constexpr std::size_t FIRST_PIECE = 1024;  // characters
 constexpr std::size_t LARGEST_PIECE = 1024 * 1024;
 constexpr std::size_t LONGEST_STATEMENT = 1024 * 1024;
 
@@ -39,21 +38,24 @@ std::string columnName(SQLHANDLE statement, SQLUSMALLINT column, bool isNarrow) 
 }
 
 // The text comes in pieces, each with a NUL. False when the read failed.
-bool readPieces(SQLHANDLE statement, SQLUSMALLINT column, std::optional<std::u16string>& text) {
-  std::u16string all;
-  for (std::size_t room = FIRST_PIECE;; room = std::min(2 * room, LARGEST_PIECE)) {
-    const std::size_t done = all.size();
-    all.resize(done + room);
+template <typename Char>
+bool readPieces(SQLHANDLE statement, SQLUSMALLINT column, std::vector<char16_t>& piece,
+                std::optional<std::basic_string<Char>>& text) {
+  constexpr SQLSMALLINT TYPE = sizeof(Char) == 1 ? SQL_C_CHAR : SQL_C_WCHAR;
+  std::basic_string<Char> all;
+  for (bool isLast = false; !isLast;) {
+    const std::size_t size = piece.size() * sizeof(char16_t);
+    const std::size_t room = size / sizeof(Char) - 1;
     SQLLEN bytes = 0;
-    const SQLRETURN code = SQLGetData(statement, column, SQL_C_WCHAR, all.data() + done,
-                                      static_cast<SQLLEN>(room * sizeof(char16_t)), &bytes);
+    const SQLRETURN code =
+        SQLGetData(statement, column, TYPE, piece.data(), static_cast<SQLLEN>(size), &bytes);
     if (!SQL_SUCCEEDED(code) && code != SQL_NO_DATA) return false;
     if (code != SQL_NO_DATA && bytes == SQL_NULL_DATA) return true;
-    const std::size_t came =
-        code == SQL_NO_DATA ? 0 : static_cast<std::size_t>(bytes) / sizeof(char16_t);
-    const bool isLast = bytes != SQL_NO_TOTAL && came < room;
-    all.resize(done + (isLast ? came : room - 1));
-    if (isLast) break;
+    const std::size_t left =
+        code == SQL_NO_DATA ? 0 : static_cast<std::size_t>(bytes) / sizeof(Char);
+    isLast = bytes != SQL_NO_TOTAL && left <= room;
+    all.append(reinterpret_cast<const Char*>(piece.data()), isLast ? left : room);
+    if (!isLast && piece.size() < LARGEST_PIECE) piece.resize(2 * piece.size());
   }
   text = std::move(all);
   return true;
@@ -100,14 +102,18 @@ int BvDBStatement::Handle::execute() {
 
 bool BvDBResultset::Row::read(std::size_t column) {
   const Stopwatch watch;
-  std::optional<std::u16string> wide;
-  if (!readPieces(handle.statement.get(), static_cast<SQLUSMALLINT>(column + 1), wide)) {
-    handle.fail("read a column", watch);
-    return false;
+  const SQLHANDLE statement = handle.statement.get();
+  const auto number = static_cast<SQLUSMALLINT>(column + 1);
+  Cell& cell = cells[column];
+  if (handle.link->isNarrow()) {
+    cell.isRead = readPieces(statement, number, piece, cell.text);
+  } else {
+    std::optional<std::u16string> wide;
+    cell.isRead = readPieces(statement, number, piece, wide);
+    if (wide) cell.text = toUtf8(*wide);
   }
-  cells[column].isRead = true;
-  if (wide) cells[column].text = toUtf8(*wide);
-  return true;
+  if (!cell.isRead) handle.fail("read a column", watch);
+  return cell.isRead;
 }
 
 BvDBStatement::BvDBStatement(std::unique_ptr<Handle> prepared) : handle(std::move(prepared)) {}

@@ -35,6 +35,7 @@ struct BvDBResultset::Row {
 
   BvDBStatement::Handle& handle;
   std::vector<Cell> cells;
+  std::vector<char16_t> piece = std::vector<char16_t>(512);  // grows with the texts
   bool isThere = false;
 };
 
