@@ -493,7 +493,8 @@ TEST_F(QuarantineTest, FullDiskLosesNothing) {
     const Other keeper(database);
     struct statvfs room {};
     statvfs(folder.c_str(), &room);
-    const std::string ballast((room.f_bavail * room.f_frsize) - 100'000, 'x');
+    const std::string ballast(static_cast<std::size_t>(room.f_bavail * room.f_frsize) - 100'000,
+                              'x');
     home.dir.write("data/euq/ballast", ballast);
     home.newLog();
     EXPECT_EQ(0, transfer_euq_data(2));
