@@ -75,7 +75,9 @@ std::string ScriptedAgent::readRequest(const Socket& client) {
 }
 
 void ScriptedAgent::send(const Socket& client, const Script& script) {
-  if (stopsWithin(script.wait)) return;
+  const bool stops = stopsWithin(script.wait);
+  --open;  // before the client can know that it may open another one
+  if (stops) return;
   for (std::size_t from = 0; from < script.bytes.size(); from += script.piece) {
     const std::size_t length = std::min(script.piece, script.bytes.size() - from);
     if (::send(client.get(), &script.bytes[from], length, MSG_NOSIGNAL) < 0) return;
@@ -91,10 +93,9 @@ void ScriptedAgent::serve(Socket client) {
     const std::unique_lock lock(guard);
     last = request;
   }
-  if (!request.empty()) send(client, play(request));
+  send(client, request.empty() ? Script{} : play(request));
   // What is left unread would turn the end into a reset.
   shutdown(client.get(), SHUT_WR);
-  --open;
 }
 
 std::string ScriptedAgent::lastRequest() {
