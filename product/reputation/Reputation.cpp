@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -63,6 +64,29 @@ void logFailure(const Outcome& outcome, const Target& target, double seconds) {
       outcome.diagnostic.empty() ? "" : "]", outcome.hint);
 }
 
+int checkStatus(const quorServerConfig* config, const quorSSLOptions* options, int* limit,
+                int* errorCode, double* totalTime) {
+  const Clock::time_point begin = Clock::now();
+  if (errorCode != nullptr) *errorCode = 0;
+  if (totalTime != nullptr) *totalTime = 0;
+  const auto server = chosen(config, current().server);
+  const auto tls = chosen(options, current().tls);
+  if (!server || !tls) return badConfig("no record");
+  if (limit == nullptr || *limit < 1) return badConfig("the limit is less than a millisecond");
+  Target target;
+  const char* fault = read(*server, target);
+  if (fault == nullptr) fault = check(*tls);
+  if (fault != nullptr) return badConfig(fault);
+
+  const Outcome outcome = askStatus(target, *tls, *limit);
+  const std::chrono::duration<double> taken = Clock::now() - begin;
+  *limit = std::max(0, *limit - static_cast<int>(taken.count() * 1000));
+  if (errorCode != nullptr) *errorCode = outcome.errorCode;
+  if (totalTime != nullptr) *totalTime = taken.count();
+  if (outcome.result != QUOR_OK) logFailure(outcome, target, taken.count());
+  return outcome.result;
+}
+
 }  // namespace
 
 int quorLoadDefaultServerConfigEx(int kind, quorServerConfig* config) {
@@ -101,23 +125,11 @@ int quorSetSSLOptionsEx(quorSSLOptions* options) {
 
 int quorChkServerStatusEx(quorServerConfig* config, quorSSLOptions* options, int* limit,
                           int* errorCode, double* totalTime) {
-  const Clock::time_point begin = Clock::now();
-  if (errorCode != nullptr) *errorCode = 0;
-  if (totalTime != nullptr) *totalTime = 0;
-  const auto server = chosen(config, current().server);
-  const auto tls = chosen(options, current().tls);
-  if (!server || !tls) return badConfig("no record");
-  if (limit == nullptr || *limit < 1) return badConfig("the limit is less than a millisecond");
-  Target target;
-  const char* fault = read(*server, target);
-  if (fault == nullptr) fault = check(*tls);
-  if (fault != nullptr) return badConfig(fault);
-
-  const Outcome outcome = askStatus(target, *tls, *limit);
-  const std::chrono::duration<double> taken = Clock::now() - begin;
-  *limit = std::max(0, *limit - static_cast<int>(taken.count() * 1000));
-  if (errorCode != nullptr) *errorCode = outcome.errorCode;
-  if (totalTime != nullptr) *totalTime = taken.count();
-  if (outcome.result != QUOR_OK) logFailure(outcome, target, taken.count());
-  return outcome.result;
+  try {
+    return checkStatus(config, options, limit, errorCode, totalTime);
+  } catch (const std::bad_alloc&) {
+    VESK::Log::LogByLevel(VESK::LOG_NORMAL,
+                          "reputation: start failed: out of memory; hint: try again");
+    return QUOR_NO_RESOURCES;
+  }
 }

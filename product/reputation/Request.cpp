@@ -191,6 +191,7 @@ Outcome askStatus(const Target& target, const quorSSLOptions& tls, int milliseco
   static std::once_flag once;
   std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
   std::string answer;
+  answer.reserve(LONGEST_ANSWER);  // so that nothing throws through the component
   char words[CURL_ERROR_SIZE] = {};
   const Handle curl(curl_easy_init());
   Options options(curl.get());
