@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
@@ -88,11 +89,16 @@ bool Download::complete(Source& source) {
   return startAgain() && fetch(source) && verify();
 }
 
-bool hasRoom(const std::string& folder, const Package& package, Failure& failure) {
+bool hasRoom(const std::string& folder, const std::string& kept, const Package& package,
+             Failure& failure) {
   struct statvfs space {};
+  struct stat part {};
   if (::statvfs(folder.c_str(), &space) != 0) return failure.setSystem("prepare", folder, errno);
   const std::uint64_t free = std::uint64_t{space.f_bavail} * space.f_frsize;
-  const std::uint64_t needed = package.size + package.unpacked;
+  std::uint64_t needed = package.size + package.unpacked;
+  if (::stat(kept.c_str(), &part) == 0) {
+    needed -= std::min(package.size, static_cast<std::uint64_t>(part.st_size));
+  }
   if (free < needed) {
     return failure.set("prepare", "disk full",
                        folder + " needs " + mebibytes(needed) + ", has " + mebibytes(free),

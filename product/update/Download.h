@@ -37,8 +37,10 @@ class Download {
   std::uint64_t size = 0;  // bytes in the file, all of them in the sum
 };
 
-// Whether a package and its files fit on the file system and below the process's limit.
-bool hasRoom(const std::string& folder, const Package& package, Failure& failure);
+// Whether a package, of which a part may be kept already, and its files fit on the file system and
+// below the process's limit.
+bool hasRoom(const std::string& folder, const std::string& kept, const Package& package,
+             Failure& failure);
 
 }  // namespace VESK::update
 

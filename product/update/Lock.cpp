@@ -76,7 +76,7 @@ bool Lock::takeComponents(const std::string& home, const std::string& what, Fail
 bool Lock::takeUploadNumber(const std::string& home, Failure& failure) {
   constexpr auto PAUSE = std::chrono::milliseconds(5);
   if (!open(home, failure)) return false;
-  for (int tries = 0; tries < 200; ++tries) {
+  for (int tries = 0; tries < 2000; ++tries) {
     if (take(file.get(), UPLOAD_NUMBER)) return true;
     std::this_thread::sleep_for(PAUSE);
   }

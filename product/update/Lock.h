@@ -17,7 +17,7 @@ class Lock {
  public:
   // `what` is the component and the operation. Does not wait.
   bool takeComponents(const std::string& home, const std::string& what, Failure& failure);
-  // Waits for at most a second.
+  // Waits for at most ten seconds.
   bool takeUploadNumber(const std::string& home, Failure& failure);
 
  private:

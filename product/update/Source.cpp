@@ -1,5 +1,7 @@
 #include "Source.h"
 
+#include <sys/socket.h>
+
 #include <chrono>
 #include <mutex>
 
@@ -29,6 +31,11 @@ bool isContent(CURL* curl) {
 std::size_t receive(char* data, std::size_t, std::size_t size, void* context) {
   const auto* transfer = static_cast<const Transfer*>(context);
   return isContent(transfer->curl) && transfer->sink(data, size) ? size : size + 1;
+}
+
+// No program that another thread starts meanwhile keeps the connection open.
+curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
+  return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
 // libcurl asks at least once a second. Its own limit looks at an average and takes seconds longer.
@@ -78,6 +85,7 @@ void Source::prepare(const std::string& name, std::uint64_t from) {
   curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "https,http,file");
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(handle, CURLOPT_PROXY, "");
+  curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, openSocket);
   curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
   curl_easy_setopt(handle, CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
   if (!options.caFile.empty()) {

@@ -23,6 +23,14 @@ const char* knownName(BvUpdateType type) {
   return name;
 }
 
+// An object that is at work does not let a second thread wait for it.
+bool enter(std::unique_lock<std::mutex>& guard, const char* name) {
+  if (guard.try_lock()) return true;
+  VESK::Log::LogByLevel(VESK::LOG_NORMAL, "update: %s: another thread works with this object",
+                        name);
+  return false;
+}
+
 }  // namespace
 
 // One thread at a time; what excludes other processes is the lock file.
@@ -58,8 +66,9 @@ BvUpdateRet BvUpdate::download(BvUpdateType type, std::string& version, bool for
   version.clear();
   const char* name = knownName(type);
   if (!ready || name == nullptr) return UPDATE_FAILED;
-  const std::lock_guard guard(engine->busy);
-  const BvUpdateRet result = engine->updater.download(name, force);
+  std::unique_lock guard(engine->busy, std::defer_lock);
+  const bool entered = enter(guard, name);
+  const BvUpdateRet result = entered ? engine->updater.download(name, force) : UPDATE_FAILED;
   version = Store(engine->home, name).version();
   return result;
 }
@@ -67,8 +76,9 @@ BvUpdateRet BvUpdate::download(BvUpdateType type, std::string& version, bool for
 BvUpdateRet BvUpdate::rollback(BvUpdateType type, int source) {
   const char* name = knownName(type);
   if (!ready || name == nullptr) return UPDATE_FAILED;
-  const std::lock_guard guard(engine->busy);
-  const BvUpdateRet result = engine->updater.goBack(name);
+  std::unique_lock guard(engine->busy, std::defer_lock);
+  const bool entered = enter(guard, name);
+  const BvUpdateRet result = entered ? engine->updater.goBack(name) : UPDATE_FAILED;
   logAUEvent(source, type, result);
   return result;
 }

@@ -139,7 +139,7 @@ bool Updater::wanted(const Store& store, const std::string& component, const Pac
 
 bool Updater::fetchPackage(const Store& store, const Package& package, Failure& failure) {
   const std::string path = store.packagePath(package.sha256);
-  return hasRoom(store.path(), package, failure) &&
+  return hasRoom(store.path(), path, package, failure) &&
          Download(package, path, failure).complete(*source);
 }
 
