@@ -14,6 +14,7 @@ class Agent {
   explicit Agent(const Server::Words& options = {});
 
   int port() const { return taken; }
+  pid_t pid() const { return server.pid(); }
   std::string endpoint() const { return "http://127.0.0.1:" + std::to_string(taken); }
 
   // What it recorded until now: a line each.

@@ -29,6 +29,7 @@ class Server {
   bool start(const Words& command, const std::function<bool()>& ready, const std::string& output,
              const std::string& input = "/dev/null");
   void stop();
+  pid_t pid() const { return child; }  // -1 when it does not run
 
  private:
   pid_t child = -1;
