@@ -1,9 +1,12 @@
 package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.ResultCode;
+import com.brelvik.vesk.ui.modelobjects.jni.OwnCode;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.HashSet;
 import java.util.List;
+import java.util.Set;
 import java.util.concurrent.Callable;
 import java.util.stream.Collectors;
 import picocli.CommandLine.Command;
@@ -22,15 +25,23 @@ final class CodeCommand implements Callable<Integer> {
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
 
-    /** A code, and the method whose own it is; empty for those that all methods share. */
+    /** A code, and the method whose own it is, or the class that has it for several; empty for those that all methods share. */
     private record Entry(String method, Meaning meaning) {
         static List<Entry> all() {
             List<Entry> entries = new ArrayList<>();
             for (ResultCode code : ResultCode.values()) {
                 entries.add(new Entry("", Meaning.of(code)));
             }
-            PeerMethod.all().forEach(method -> method.ownCodes()
-                    .forEach(own -> entries.add(new Entry(method.name(), Meaning.of(own)))));
+            Set<String> peers = new HashSet<>();
+            for (PeerMethod method : PeerMethod.all()) {
+                String peer = method.method().getDeclaringClass().getSimpleName();
+                List<OwnCode> shared = method.sharedCodes();
+                if (peers.add(peer)) {
+                    shared.forEach(code -> entries.add(new Entry(peer, Meaning.of(code))));
+                }
+                method.ownCodes().stream().filter(own -> !shared.contains(own))
+                        .forEach(own -> entries.add(new Entry(method.name(), Meaning.of(own))));
+            }
             return entries;
         }
 

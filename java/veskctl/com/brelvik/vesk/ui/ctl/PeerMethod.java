@@ -72,13 +72,18 @@ record PeerMethod(Method method) {
         if (command() == null) {
             return List.of();
         }
-        OwnCodes all = method.getDeclaringClass().getAnnotation(OwnCodes.class);
-        boolean shares = all != null && method.getReturnType() == int.class && form() != ConsoleCommand.Form.NUMBER;
+        boolean shares = command().shares() && method.getReturnType() == int.class;
         List<OwnCode> own = List.of(command().own());
-        Stream<OwnCode> shared = Stream.of(shares ? all.value() : new OwnCode[0]).filter(code ->
+        Stream<OwnCode> shared = (shares ? sharedCodes() : List.<OwnCode>of()).stream().filter(code ->
                 IntStream.concat(IntStream.of(command().codes()), own.stream().mapToInt(OwnCode::code))
                         .noneMatch(known -> known == code.code()));
         return Stream.concat(own.stream(), shared).toList();
+    }
+
+    /** The codes of its class. */
+    List<OwnCode> sharedCodes() {
+        OwnCodes all = method.getDeclaringClass().getAnnotation(OwnCodes.class);
+        return all == null ? List.of() : List.of(all.value());
     }
 
     List<Parameter> parameters() {

@@ -46,7 +46,7 @@ final class QuarantineJob extends PeerCommand {
         } catch (IOException e) {
             // Not begun yet, or over.
         }
-        return "messages";
+        return "no messages yet";
     }
 
     private void await(PeerMethod runs) {

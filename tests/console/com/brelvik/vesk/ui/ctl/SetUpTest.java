@@ -76,7 +76,8 @@ class SetUpTest {
     @Test
     void everyTextThatReachesAShellHasAShape() {
         for (PeerMethod method : PeerMethod.all()) {
-            boolean asksShell = method.name().matches("(Wzrd|Postfix|Policy|Backup)JNI.*") && method.command() != null;
+            boolean asksShell = method.name().matches("(Wzrd|Postfix|Backup)JNI.*|PolicyJNI.notify.*")
+                    && method.command() != null;
             for (Parameter parameter : asksShell ? method.parameters() : List.<Parameter>of()) {
                 if (parameter.getType() == String.class) {
                     Arg arg = PeerMethod.describe(parameter);

@@ -49,6 +49,9 @@ public @interface ConsoleCommand {
     /** The codes that are this method's own. */
     OwnCode[] own() default {};
 
+    /** Whether it can answer with the codes of its class, too. */
+    boolean shares() default true;
+
     /** What success means, where the code alone does not tell. */
     String done() default "";
 

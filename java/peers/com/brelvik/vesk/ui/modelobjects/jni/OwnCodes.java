@@ -6,8 +6,8 @@ import java.lang.annotation.RetentionPolicy;
 import java.lang.annotation.Target;
 
 /**
- * The codes that the integers of a peer's methods share. They do not count for a method that names such a code itself,
- * nor for one that answers with a plain number.
+ * The codes that methods of a peer share where they answer with an int. They do not count for a method that names such
+ * a code itself.
  */
 @Retention(RetentionPolicy.RUNTIME)
 @Target(ElementType.TYPE)

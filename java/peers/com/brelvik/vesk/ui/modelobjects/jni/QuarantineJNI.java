@@ -79,7 +79,7 @@ public final class QuarantineJNI {
      * @return 0 sent or not, 500 null argument
      */
     @ConsoleCommand(group = "quarantine", name = "flush", help = "Ask an agent to process its queues now.",
-            codes = {0, 500}, done = "sent; what becomes of it is not told",
+            codes = {0, 500}, shares = false, done = "sent; what becomes of it is not told",
             denial = "sendQueueManagerAction failed")
     public native int sendQueueManagementAction(@Agent.Endpoint String endpoint);
 }

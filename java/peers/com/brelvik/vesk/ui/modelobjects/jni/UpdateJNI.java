@@ -26,7 +26,8 @@ public final class UpdateJNI {
      */
     @ConsoleCommand(group = "update", name = "decrypt", help = "Decrypt a text that 'update encrypt' made.",
             codes = {0, 500, 508, 510, 511},
-            empty = "nothing came of it: the text is not of this appliance, was altered, or holds nothing", cure = "take the text whole, on the appliance that made it; the log tells more")
+            empty = "nothing came of it: the text is not of this appliance, was altered, or holds nothing",
+            cure = "take the text whole, on the appliance that made it; the log tells more")
     public native int getDecryptStr(
             @Arg(name = "text", help = "Text to decrypt", from = Arg.Source.SECRET, bytes = 1024) String text,
             ArrayList<String> list);
@@ -40,7 +41,8 @@ public final class UpdateJNI {
      * @return as {@link #getDecryptStr}
      */
     @ConsoleCommand(group = "update", name = "encrypt", help = "Encrypt a text for the settings of this appliance.",
-            codes = {0, 500, 508, 510, 511}, empty = "nothing came of it: the text is too long, or there is no key",
+            codes = {0, 500, 508, 510, 511},
+            empty = "nothing came of it: the text is too long, or there is no key",
             cure = "give a shorter text; the log tells more")
     public native int getEncryptStr(
             @Arg(name = "text", help = "Text to encrypt", from = Arg.Source.SECRET) String text,
@@ -51,7 +53,8 @@ public final class UpdateJNI {
      *
      * @return 0 one does, 601 none does
      */
-    @ConsoleCommand(group = "update", name = "running", help = "Does an update run?", codes = {0, 601})
+    @ConsoleCommand(group = "update", name = "running", help = "Does an update run?", codes = {0, 601},
+            shares = false)
     public native int isRunning();
 
     /**
