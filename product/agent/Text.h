@@ -13,7 +13,7 @@ namespace VESK::agent {
 // when the text is no UTF-8 or holds a character that XML 1.0 has no form for.
 std::optional<std::string> textForXml(std::string_view text);
 
-// The same text with U+FFFD for every byte that is not part of a UTF-8 character.
+// The same with U+FFFD for whatever is no character in UTF-8.
 std::string validUtf8(std::string_view text);
 
 // Valid UTF-8 into `size` bytes and a terminator behind them, cut at the end of a character.
