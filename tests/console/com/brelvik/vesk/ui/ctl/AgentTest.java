@@ -37,15 +37,8 @@ class AgentTest {
         Files.writeString(folder.resolve("mail.log"), IntStream.rangeClosed(1, 45)
                 .mapToObj(i -> String.format("Nov 20 10:10:%02d gate postfix/smtpd[7]: event-%d.\n", i, i))
                 .collect(Collectors.joining()));
-        run();
-    }
-
-    private void run(String... more) throws Exception {
-        String[] command = {Ctl.BUILD.resolve("bin/vesk-agent").toString(), "--listen", "127.0.0.1:PORT", "--spool",
-            folder + "/spool", "--export", folder + "/export", "--maillog", folder + "/mail.log", "--events",
-            folder + "/events"};
-        agent = new Server(Path.of("/dev/null"), IntStream.range(0, command.length + more.length)
-                .mapToObj(i -> i < command.length ? command[i] : more[i - command.length]).toArray(String[]::new));
+        agent = new Server(Path.of("/dev/null"), Ctl.BUILD + "/bin/vesk-agent", "--listen", "127.0.0.1:PORT",
+                "--spool", folder + "/spool", "--export", folder + "/export", "--maillog", folder + "/mail.log");
         root = Folders.installRoot("[agent]", "scanners = " + address() + ", " + DEAD);
         String url = "http://" + address();
         ctl = new Ctl().with("VESK_HOME", root.toString()).with("VESK_AGENT_PORT", Integer.toString(agent.port))
