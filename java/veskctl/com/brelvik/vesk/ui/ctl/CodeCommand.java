@@ -25,7 +25,7 @@ final class CodeCommand implements Callable<Integer> {
     @Option(names = {"-h", "--help"}, usageHelp = true, description = "Show this help")
     private boolean help;
 
-    /** A code, and the method whose own it is, or the class that has it for several; empty for those that all methods share. */
+    /** A code, and the method or, for several of its methods, the class whose own it is; empty for the shared ones. */
     private record Entry(String method, Meaning meaning) {
         static List<Entry> all() {
             List<Entry> entries = new ArrayList<>();

@@ -5,6 +5,7 @@ import java.io.FileOutputStream;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
 import java.util.List;
+import java.util.stream.Stream;
 
 /** Data goes to standard output, talk to the error output; both are UTF-8, whatever the locale. */
 final class Output {
@@ -29,7 +30,12 @@ final class Output {
 
     /** A text of several lines, which may have tabs. */
     static void text(String lines) {
-        lines.lines().forEach(line -> OUT.println(shown(line).replace("\\u0009", "\t")));
+        text(lines, "");
+    }
+
+    static void text(String lines, String indent) {
+        (lines.isEmpty() ? Stream.of("") : lines.lines())
+                .forEach(line -> OUT.println(indent + shown(line).replace("\\u0009", "\t")));
     }
 
     static void talk(String line) {

@@ -4,6 +4,8 @@ import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.net.InetAddress;
 import java.net.ServerSocket;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Locale;
@@ -29,6 +31,9 @@ final class Tour {
             return method.startsWith("$ ");
         }
     }
+
+    /** An answer that is another each time. */
+    static final Object ANY = "any";
 
     private final String base;
     private final String domain;
@@ -149,6 +154,15 @@ final class Tour {
             byName.put(arguments[i], arguments[i + 1]);
         }
         return new Stop(title, method, answer, byName, null);
+    }
+
+    /** Of a file that was made for the tour. */
+    static List<String> lines(String file) {
+        try {
+            return Files.readAllLines(Path.of(file));
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
     }
 
     // Free at this moment, at least.
