@@ -182,7 +182,8 @@ final class Demo implements Callable<Integer> {
     }
 
     private static void print(List<?> list) {
-        list.stream().limit(SHOWN).forEach(element -> Output.text(String.valueOf(element), "     "));
+        list.stream().limit(SHOWN).map(String::valueOf)
+                .forEach(text -> Output.text(text.isEmpty() ? "\n" : text, "     "));
         if (list.isEmpty() || list.size() > SHOWN) {
             Output.data(list.isEmpty() ? "     (empty list)" : "     ... " + list.size() + " in all");
         }

@@ -5,7 +5,6 @@ import java.io.FileOutputStream;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
 import java.util.List;
-import java.util.stream.Stream;
 
 /** Data goes to standard output, talk to the error output; both are UTF-8, whatever the locale. */
 final class Output {
@@ -34,8 +33,7 @@ final class Output {
     }
 
     static void text(String lines, String indent) {
-        (lines.isEmpty() ? Stream.of("") : lines.lines())
-                .forEach(line -> OUT.println(indent + shown(line).replace("\\u0009", "\t")));
+        lines.lines().forEach(line -> OUT.println(indent + shown(line).replace("\\u0009", "\t")));
     }
 
     static void talk(String line) {
