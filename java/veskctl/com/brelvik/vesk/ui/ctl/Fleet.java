@@ -20,8 +20,9 @@ final class Fleet extends PeerCommand {
     @Override
     Status run(Map<String, String> texts, boolean json) {
         String given = texts.getOrDefault("ADDRESS", InstallRoot.open().setting("agent", "scanners"));
-        List<String> agents = Arrays.stream(given.split("[,\\s]+")).filter(agent -> !agent.isEmpty())
-                .map(agent -> agent.replaceFirst("^http://", "")).distinct().toList();
+        Map<String, String> agents = new LinkedHashMap<>();
+        Arrays.stream(given.split("[,\\s]+")).filter(agent -> !agent.isEmpty())
+                .forEach(agent -> agents.putIfAbsent(Shapes.peer(agent), agent.replaceFirst("^http://", "")));
         Answer answer = Answer.of(method, Values.of(method, texts));
         int untold = answer.code() == null ? 0 : -answer.code();
         if (untold < 0) {
@@ -46,19 +47,19 @@ final class Fleet extends PeerCommand {
     }
 
     // Without a line in the log for each that was not told, nobody knows which the others are.
-    private static List<Map<String, Object>> outcomes(List<String> agents, List<String> failures, int untold) {
+    private static List<Map<String, Object>> outcomes(Map<String, String> agents, List<String> failures, int untold) {
         Map<String, String> reasons = new HashMap<>();
         failures.stream().map(FAILED::matcher).filter(Matcher::matches)
-                .forEach(line -> reasons.put(line.group(1).replaceFirst("^http://", ""), line.group(2)));
-        long known = agents.stream().filter(reasons::containsKey).count();
+                .forEach(line -> reasons.put(Shapes.peer(line.group(1)), line.group(2)));
+        long known = agents.keySet().stream().filter(reasons::containsKey).count();
         List<Map<String, Object>> outcomes = new ArrayList<>();
-        for (String agent : agents) {
+        agents.forEach((peer, agent) -> {
             Map<String, Object> outcome = new LinkedHashMap<>();
             outcome.put("agent", agent);
-            outcome.put("told", reasons.containsKey(agent) ? Boolean.FALSE : known == untold ? Boolean.TRUE : null);
-            outcome.put("why", reasons.get(agent));
+            outcome.put("told", reasons.containsKey(peer) ? Boolean.FALSE : known == untold ? Boolean.TRUE : null);
+            outcome.put("why", reasons.get(peer));
             outcomes.add(outcome);
-        }
+        });
         return outcomes;
     }
 

@@ -38,6 +38,7 @@ final class MailLog extends PeerCommand {
         if (block[MTAlogJNI.END_TIME] != 0 && block[MTAlogJNI.END_TIME] < block[MTAlogJNI.START_TIME]) {
             throw new Refusal(Status.REFUSED, "--until lies before --since", "turn them round");
         }
+        int shown = 0;
         for (int number = 1;; number++) {
             block[MTAlogJNI.PAGE_NUMBER] = number;
             Answer page = fetch(texts);
@@ -46,8 +47,10 @@ final class MailLog extends PeerCommand {
                 return failed(page, json);
             }
             print(page, lines, number, json);
+            shown += lines.size();
             int pages = Math.max(block[MTAlogJNI.PAGE_COUNT], number);
-            boolean isEnd = lines.isEmpty() || number >= pages || number >= last;
+            // A page may have fewer lines than it has room for: only the lines tell the end.
+            boolean isEnd = lines.isEmpty() || shown >= block[MTAlogJNI.TOTAL_COUNT] || number >= last;
             if (!json && (isEnd || asks)) {
                 Output.talk("page " + number + " of " + pages + ", " + block[MTAlogJNI.TOTAL_COUNT] + " lines in all"
                         + (isEnd ? "" : "; Enter shows the next page, q ends"));

@@ -5,6 +5,7 @@ import java.net.InetAddress;
 import java.net.UnknownHostException;
 import java.time.DateTimeException;
 import java.time.LocalDateTime;
+import java.util.Locale;
 import java.util.function.Predicate;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
@@ -19,7 +20,7 @@ final class Shapes {
     private static final String BYTE = "(25[0-5]|2[0-4]\\d|1\\d\\d|[1-9]?\\d)";
     // The last part is no number: what looks like an IPv4 address is one, or nothing.
     private static final Predicate<String> HOST_NAME =
-            like("(?=.{1,253}$)(" + LABEL + "\\.)*(?!\\d+$)" + LABEL);
+            like("(?=.{1,253}$)(" + LABEL + "\\.)*(?!(\\d+|0[xX][0-9A-Fa-f]*)$)" + LABEL);
     private static final Predicate<String> IPV4 = like(BYTE + "(\\." + BYTE + "){3}");
     private static final Pattern URL = Pattern.compile("(?:(https?)://)?(\\[[^\\]]*\\]|[^\\[\\]:/]*)(?::(\\d{1,5}))?"
             + "(/[\\x21-\\x7e]*)?");
@@ -90,6 +91,21 @@ final class Shapes {
     /** Whether the text is host:port, with or without http:// in front. */
     static boolean isAgent(String text) {
         return isUrl(text, "http", true) && !text.replaceFirst("^http://", "").contains("/");
+    }
+
+    /** The one spelling of an {@linkplain #isAgent agent's} host and port that stands for all. */
+    static String peer(String agent) {
+        Matcher parts = URL.matcher(agent);
+        if (!parts.matches() || parts.group(3) == null) {
+            return agent;
+        }
+        String host = parts.group(2).toLowerCase(Locale.ROOT);
+        try {
+            return (host.startsWith("[") ? InetAddress.getByName(host).getHostAddress() : host) + " "
+                    + Integer.parseInt(parts.group(3));
+        } catch (UnknownHostException e) {
+            return agent;
+        }
     }
 
     private static boolean isUrl(String text, String schemes, boolean withPort) {

@@ -65,6 +65,9 @@ class AgentTest {
         assertTrue(run.lines().size() == 2 && run.err().contains("happened: 1 of 2 agents was not told\n"),
                 run.err());
         assertEquals(0, ctl.run("agent", "notify", address()).status());
+        run = ctl.run("agent", "notify", "LocalHost:1,[::1]:1,localhost:01,[0::1]:1," + address());
+        assertEquals(List.of("LocalHost:1  not", "[::1]:1  not", address() + "  told"),
+                run.lines().stream().map(line -> line.replaceFirst("  not told .*", "  not")).toList(), run.err());
         run = ctl.run("agent", "patch", "patch 4711", "--json");
         assertTrue(run.out().contains("\"code\":-1,\"name\":\"NOT_ALL_TOLD\",\"meaning\":\"1 agent was not told\"")
                 && run.out().contains("{\"agent\":\"" + address() + "\",\"told\":true,\"why\":null}"), run.out());
