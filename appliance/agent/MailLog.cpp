@@ -27,24 +27,23 @@ void setCounts(LogPage& page, std::uint64_t events) {
 
 }  // namespace
 
-MailLog::Key MailLog::keyOf(const LogPage& page) {
+MailLog::Key MailLog::keyOf(const LogPage& page, std::int32_t number) {
   return {page.keyword, page.mode,  page.pagesize, page.starttime,
-          page.endtime, page.inode, page.offset};
+          page.endtime, page.inode, page.offset,   number};
 }
 
 std::optional<LogPlace> MailLog::placeOf(const LogPage& page) {
   const std::lock_guard lock(mutex);
-  const auto found = places.find(keyOf(page));
-  if (page.inode == 0 || found == places.end() || page.pagenumber < found->second.nextPage ||
-      page.pagenumber > found->second.lastNextPage) {
-    return std::nullopt;
-  }
+  const auto found = places.find(keyOf(page, page.pagenumber));
+  if (page.inode == 0 || found == places.end()) return std::nullopt;
   return found->second;
 }
 
-void MailLog::remember(const LogPage& page, LogPlace place) {
+void MailLog::remember(const LogPage& answered, LogPlace place) {
+  if (answered.pagenumber == std::numeric_limits<std::int32_t>::max()) return;
   const std::lock_guard lock(mutex);
-  const auto [entry, added] = places.insert_or_assign(keyOf(page), std::move(place));
+  const auto [entry, added] =
+      places.insert_or_assign(keyOf(answered, answered.pagenumber + 1), std::move(place));
   if (added) order.push_back(entry->first);
   if (order.size() <= keptPlaces) return;
   places.erase(order.front());
@@ -69,17 +68,13 @@ bool MailLog::get(LogPage& page) {
   if (page.pagenumber == 1 || (!asked && page.totalcount == 0)) {
     setCounts(page, skipped + static_cast<std::uint64_t>(taken) + walk.countRest());
   }
-  const std::int32_t next = page.pagenumber == std::numeric_limits<std::int32_t>::max()
-                                ? page.pagenumber
-                                : page.pagenumber + 1;
   if (taken > 0) {
-    place.nextPage = place.lastNextPage = next;
     page.fileName = walk.file().name.substr(0, longestName);
     page.inode = static_cast<std::uint32_t>(place.inode);
     page.offset = static_cast<std::uint32_t>(place.offset);
     remember(page, std::move(place));
   } else if (asked) {
-    asked->lastNextPage = next;
+    // Beyond the end, page after page begins at one place.
     remember(page, std::move(*asked));
   }
   return true;

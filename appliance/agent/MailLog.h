@@ -32,13 +32,11 @@ struct LogPage {
 };
 
 // A place in the log, that which an answer's inode and offset stand for. The rest is kept here,
-// since 64 bits are: how the file begins, and which page follows.
+// since 64 bits are: how the file begins.
 struct LogPlace {
   std::uint64_t inode = 0;
   std::uint64_t offset = 0;
   std::string head{};
-  std::int32_t nextPage = 0;
-  std::int32_t lastNextPage = 0;  // beyond the end, several pages may follow from one place
 };
 
 class MailLog {
@@ -51,11 +49,13 @@ class MailLog {
   bool get(LogPage& page);
 
  private:
+  // With the number of the page that begins there: to readers who began at different times, the
+  // same place may be the end of different pages.
   using Key = std::tuple<std::string, std::int32_t, std::int32_t, std::int32_t, std::int32_t,
-                         std::uint32_t, std::uint32_t>;
-  static Key keyOf(const LogPage& page);
+                         std::uint32_t, std::uint32_t, std::int32_t>;
+  static Key keyOf(const LogPage& page, std::int32_t number);
   std::optional<LogPlace> placeOf(const LogPage& page);
-  void remember(const LogPage& page, LogPlace place);
+  void remember(const LogPage& answered, LogPlace place);
 
   LogFiles files;
   std::mutex mutex;

@@ -273,6 +273,23 @@ TEST_F(MailLogTest, APageThatDoesNotFollowIsLookedForFromTheBeginning) {
   EXPECT_EQ("", console.events);
 }
 
+TEST_F(MailLogTest, ReadersWhosePagesEndAtOnePlaceDoNotDisturbEachOther) {
+  write("maillog", eventsFrom(1, 20));
+  start();
+  Console early{"", 0, 0, 0, 5}, late = early;
+  ASSERT_TRUE(early.turn(*agent));
+  append(eventsFrom(21, 25));
+  ASSERT_TRUE(late.turn(*agent));
+  ASSERT_TRUE(late.turn(*agent));
+  EXPECT_EQ(span(20, 16, -1), late.numbers()) << "where the early one's first page ended";
+  EXPECT_EQ(span(15, 1, -1), early.rest(*agent));
+  EXPECT_EQ(span(15, 1, -1), late.rest(*agent));
+  ASSERT_TRUE(early.turn(*agent));
+  append(eventsFrom(26, 30));
+  ASSERT_TRUE(early.turn(*agent));
+  EXPECT_EQ("", early.events) << "beyond the end, nothing is older";
+}
+
 TEST_F(MailLogTest, TellsTheFileAndTheYearOfAPage) {
   constexpr time_t newYear = 1735686000;  // 2025-01-01 in Berlin
   std::string older, newer;
