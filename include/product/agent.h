@@ -10,9 +10,9 @@
 // A call is true only when the agent answered it: HTTP 200, a well-formed answer of at most 16 MiB
 // (64 KiB to a notification) to the very operation asked, without a DOCTYPE, with every element
 // there and of its type. Else it is false, the outputs are as each function says, and one line in
-// the log names the agent, the operation and the reason. Texts longer than their buffer are cut at
-// the end of a character and always terminated; bytes that a Java text cannot hold do not occur in
-// them.
+// the log names the agent, the operation and the reason. Bytes that are no UTF-8 are let pass, and
+// arrive as U+FFFD. Texts longer than their buffer are cut at the end of a character and always
+// terminated.
 //
 // Settings read, section "agent": "connect_timeout" (seconds, default 5), "timeout" (seconds for
 // one whole request, default 30), "max_connections" (of one notification at a time, default and at

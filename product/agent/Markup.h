@@ -1,4 +1,4 @@
-// What an answer is held against before a tree is made of it.
+// What a text is held against before a tree is made of it.
 #ifndef VESK_AGENT_MARKUP_H
 #define VESK_AGENT_MARKUP_H
 
@@ -7,7 +7,8 @@
 namespace VESK::agent {
 
 // Why the markup of this text is refused: a DOCTYPE (and with it all entities), elements nested too
-// deep, or so much markup that the tree would outgrow the text by far. Null: not refused.
+// deep, so much markup that the tree would outgrow the text by far, or what is not well-formed and
+// the parser would let pass. Null: not refused; the rest is the parser's to find.
 const char* refusedMarkup(std::string_view text);
 
 }  // namespace VESK::agent

@@ -51,7 +51,7 @@ std::vector<Cut> cuts(std::size_t room) {
           {most + "ä", most},
           {most.substr(1) + "ä", most.substr(1) + "ä"},
           {most.substr(2) + "\U0001F600", most.substr(2)},
-          {"\xFF&#xD800;", "\uFFFD\uFFFD"},
+          {"\xFF\xED\xA0\x80", "\uFFFD\uFFFD"},
           {"", ""}};
 }
 

@@ -24,6 +24,10 @@ std::string soapTest(const std::string& values) { return soap("test", values); }
 std::string answer(const std::string& text) {
   return http(soapTest("<accepted>true</accepted><answer>" + text + "</answer>"));
 }
+// In an element that nobody looks at.
+std::string more(const std::string& text) {
+  return http(soapTest(GOOD + "<more>" + text + "</more>"));
+}
 std::string fault(const std::string& status) {
   return http(
       replaced(soapTest(""), "<testResponse xmlns=\"urn:brelvik:vesk:agent:1\"></testResponse>",
@@ -47,6 +51,38 @@ struct Case {
   const char* reason;  // empty: the answer counts
   double sum = SUM;
 };
+
+// What a lenient parser makes something of: whatever follows it is not what the agent meant.
+std::vector<Case> malformed() {
+  const std::string good = soapTest(GOOD);
+  const char* unknown = "an unknown entity or character";
+  return {
+      {"what only looks wrong",
+       {more(
+           "&amp;&#9;&#00065;&#x10FFFF;]]&gt; ]] > ' \"<x a='>&apos;' b = \"'a=''\" /><?p a&b;?>")},
+       ""},
+      {"entity", {more("a&foo;b")}, unknown},
+      {"lone &", {more("a & b")}, unknown},
+      {"in an attribute", {more("<x a='&foo;'/>")}, unknown},
+      {"character 0", {more("a&#0;b")}, unknown},
+      {"more than 32 bits", {more("&#x100000041;")}, unknown},
+      {"above the highest", {more("&#x110000;")}, unknown},
+      {"surrogate", {more("&#xD83D;&#xDE00;")}, unknown},
+      {"no number", {more("&#X41;")}, unknown},
+      {"negative", {more("&#-65;")}, unknown},
+      {"empty number", {more("&#x;")}, unknown},
+      {"control character", {more("\x01")}, "a control character"},
+      {"]]>", {more("]]>")}, "]]> in a text"},
+      {"< in an attribute", {more("<x a='<'/>")}, "a < within"},
+      {"attribute twice", {more("<x a='1' b='>'\n a =\"2\"/>")}, "an attribute twice"},
+      {"-- in a comment", {more("<!-- a -- b -->")}, "-- in a comment"},
+      {"text before", {http("x" + good)}, "text outside"},
+      {"text behind", {http(good + "\n<!-- -->x")}, "text outside"},
+      {"CDATA behind", {http(good + "<![CDATA[]]>")}, "text outside"},
+      {"a second root", {http(good + "<x/>")}, "more than one envelope"},
+      {"late declaration", {http("\n<?xml version='1.0'?>" + good)}, "not at the beginning"},
+  };
+}
 
 // The time-out is one second where it is what ends the call.
 std::vector<Case> cases() {
@@ -124,12 +160,10 @@ std::vector<Case> cases() {
   };
 }
 
-TEST(HostileTest, OnlyAWholeAnswerToTheQuestionCountsAndEachFailureIsOneLine) {
+void expectOutcomes(const std::vector<Case>& rows) {
   Home& home = Home::instance();
   home.set("agent", "connect_timeout", "1");
-  const std::string nobody = "http://127.0.0.1:" + std::to_string(freePort());
-  setenv("http_proxy", nobody.c_str(), 1);  // the machine's proxy is for others
-  for (const Case& row : cases()) {
+  for (const Case& row : rows) {
     SCOPED_TRACE(row.name);
     home.newLog();
     const bool timesOut = std::string(row.reason).starts_with("timed out");
@@ -151,7 +185,15 @@ TEST(HostileTest, OnlyAWholeAnswerToTheQuestionCountsAndEachFailureIsOneLine) {
     EXPECT_THAT(log, HasSubstr("agent: test failed at " + agent.endpoint().substr(7) + " after "));
     EXPECT_THAT(log, HasSubstr(row.reason));
   }
+}
+
+TEST(HostileTest, OnlyAWholeAnswerToTheQuestionCountsAndEachFailureIsOneLine) {
+  const std::string nobody = "http://127.0.0.1:" + std::to_string(freePort());
+  setenv("http_proxy", nobody.c_str(), 1);  // the machine's proxy is for others
+  expectOutcomes(cases());
   unsetenv("http_proxy");
 }
+
+TEST(HostileTest, AnswersThatAreNotWellFormedDoNotCount) { expectOutcomes(malformed()); }
 
 }  // namespace
