@@ -10,32 +10,45 @@ namespace {
 
 // The result of a job, frozen from the first time that it could be fetched to the next start of the
 // job: code, text and whether it was fetched in one pointer to what does not change, so that no
-// thread sees half of it. A result is never freed, on purpose: another thread may be reading it.
+// thread sees half of it. None is ever freed, on purpose: another thread may be reading it, and a
+// start is known by the address of the result that it put here.
 struct JobResult {
+  bool fetched = false;
   int code = -1;
   std::string text;
 };
 using ResultCache = std::atomic<const JobResult*>;
 
-ResultCache s_TransferResult{nullptr};
-ResultCache s_RemoveResult{nullptr};
+const JobResult notFetched;
+ResultCache s_TransferResult{&notFetched};
+ResultCache s_RemoveResult{&notFetched};
 
-// Null, which answers with -1 or "", as long as the library has none.
+// Fresh, with -1 and "", as long as the library has none. A start that comes while the library is
+// asked has the last word: what was asked for is then the result of the job before.
 template <typename Fetch>
 const JobResult* fetchOnce(ResultCache& cache, const Fetch& fetch) {
   const JobResult* known = cache;
-  if (known != nullptr) return known;
-  JobResult fetched;
-  if (!fetch(fetched.code, fetched.text)) return nullptr;
-  known = new JobResult(fetched);
-  cache = known;
-  return known;
+  if (known->fetched) return known;
+  JobResult now;
+  now.fetched = true;
+  if (!fetch(now.code, now.text)) return &notFetched;
+  const JobResult* const made = new JobResult(now);
+  cache.compare_exchange_strong(known, made);
+  return made;
 }
 
-jint codeOf(const JobResult* result) { return result != nullptr ? result->code : -1; }
+// Once more behind the start: until it took effect, another thread could still fetch the old
+// result.
+template <typename Start>
+jint started(ResultCache& cache, const Start& start) {
+  cache = new JobResult;
+  const int code = start();
+  cache = new JobResult;
+  return code;
+}
 
 jstring textOf(JNIEnv* env, const JobResult* result) {
-  return env->NewStringUTF(ModifiedUtf8(result != nullptr ? result->text.c_str() : "").c_str());
+  return env->NewStringUTF(ModifiedUtf8(result->text.c_str()).c_str());
 }
 
 }  // namespace
@@ -43,10 +56,10 @@ jstring textOf(JNIEnv* env, const JobResult* result) {
 // Each hands the library's answer on as it is.
 #define EUQ_CALL(result, method, function) \
   VESK_JNI(result, EuqJNI, method)(JNIEnv*, jobject) { return function(); }
-#define EUQ_RESULT(cache, method, method_s, function)                                             \
-  VESK_JNI(jint, EuqJNI, method)(JNIEnv*, jobject) { return codeOf(fetchOnce(cache, function)); } \
-  VESK_JNI(jstring, EuqJNI, method_s)(JNIEnv * env, jobject) {                                    \
-    return textOf(env, fetchOnce(cache, function));                                               \
+#define EUQ_RESULT(cache, method, method_s, function)                                           \
+  VESK_JNI(jint, EuqJNI, method)(JNIEnv*, jobject) { return fetchOnce(cache, function)->code; } \
+  VESK_JNI(jstring, EuqJNI, method_s)(JNIEnv * env, jobject) {                                  \
+    return textOf(env, fetchOnce(cache, function));                                             \
   }
 
 EUQ_CALL(jboolean, init_1euq_1lib, init_euq_lib)
@@ -72,11 +85,9 @@ VESK_JNI(jint, EuqJNI, registEuq)(JNIEnv* env, jobject, jstring name) {
 VESK_JNI(jint, EuqJNI, unregistEuq)(JNIEnv*, jobject, jint area) { return unregist_euq(area); }
 
 VESK_JNI(jint, EuqJNI, transferEuqData)(JNIEnv*, jobject, jint area) {
-  s_TransferResult = nullptr;
-  return transfer_euq_data(area);
+  return started(s_TransferResult, [area] { return transfer_euq_data(area); });
 }
 
 VESK_JNI(jint, EuqJNI, removeEuqData)(JNIEnv*, jobject) {
-  s_RemoveResult = nullptr;
-  return remove_euq_data();
+  return started(s_RemoveResult, remove_euq_data);
 }

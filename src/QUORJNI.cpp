@@ -21,11 +21,12 @@ std::wstring widened(const std::string& text) {
   return wide;
 }
 
-// Into a field of zeros, which ends the text; what does not fit is left out.
+// Into a field of zeros, which ends the text. One that is too long fills its field to the end, and
+// the library refuses it, as it would not a password that lacks its last characters.
 template <std::size_t Size>
 void put(wchar_t (&field)[Size], const std::string& text) {
   const std::wstring wide = widened(text);
-  std::wcsncpy(field, wide.c_str(), std::min(wide.size(), Size - 1));
+  std::wcsncpy(field, wide.c_str(), std::min(wide.size(), Size));
 }
 
 struct Proxy {

@@ -162,10 +162,10 @@ TEST_F(QUORJNITest, AFailureEndsTheCheck) {
   EXPECT_EQ("log 1 load default Server configEx failed", product.calls.back());
 }
 
-TEST_F(QUORJNITest, BytesAreWidenedAndLongTextsEndWithTheirField) {
+TEST_F(QUORJNITest, BytesAreWidenedAndLongTextsFillTheirField) {
   check(std::u16string(2000, u's'), 1, std::u16string(2000, u'p'), std::u16string(100, u'u'));
-  EXPECT_EQ("check 4000 1023", product.calls[product.calls.size() - 2]);
-  EXPECT_NE(std::string::npos, product.calls[7].find("|3128|" + std::string(63, 'u') + "|pw"));
+  EXPECT_EQ("check 4000 1024", product.calls[product.calls.size() - 2]);
+  EXPECT_NE(std::string::npos, product.calls[7].find("|3128|" + std::string(64, 'u') + "|pw"));
   check(u"\u00e4", 0, u"");  // two bytes, none of them a letter
   EXPECT_EQ("check 4000 2", product.calls[product.calls.size() - 2]);
 }
@@ -238,6 +238,21 @@ TEST_F(EuqJNITest, AResultIsFrozenFromItsFirstFetchToTheNextStart) {
   PEER(EuqJNI, transferEuqData)(env, nullptr, 1);
   EXPECT_EQ("other", transferText());
   EXPECT_EQ(5, transferResult());
+}
+
+// Two open pages of the console: one polls, the other starts the next job.
+TEST_F(EuqJNITest, ResultOfTheJobBeforeIsNeverThatOfTheNext) {
+  const auto start = [&] { PEER(EuqJNI, transferEuqData)(env, nullptr, 1); };
+  product.number = 9;
+  product.meanwhile = [&] { EXPECT_EQ(9, transferResult()); };
+  start();
+  product.number = 5;
+  EXPECT_EQ(5, transferResult());
+  start();
+  product.meanwhile = start;
+  EXPECT_EQ(5, transferResult());
+  product.number = 0;
+  EXPECT_EQ(0, transferResult());
 }
 
 }  // namespace

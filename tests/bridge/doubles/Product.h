@@ -3,6 +3,7 @@
 #define VESK_TESTS_BRIDGE_PRODUCT_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -19,11 +20,13 @@ struct Product {
   bool storeLoaded = true;
   std::vector<VESK::BvLDAPEntry> entries;
   std::vector<std::string> users, groups, parentsOfGroup, parentsOfUser;
-  std::string name;  // what a look-up of one name answers
-  double number = 0;                           // an agent's sum or echo, a check's error code
-  std::vector<std::string> texts;              // what is written to the caller's buffers, in order
-  std::vector<std::string> rows;               // of the database; "\0" is one that cannot be read
+  std::string name;                // what a look-up of one name answers
+  double number = 0;               // an agent's sum or echo, a check's error code
+  std::vector<std::string> texts;  // what is written to the caller's buffers, in order
+  std::vector<std::string> rows;   // of the database; "\0" is one that cannot be read
   bool engineReady = true;
+  std::function<void()>
+      meanwhile;  // what another thread does during the next start or look at a job
 
   VESK::BvLDAPAbstractConnection* connection = nullptr;  // the last one made
   int alive = 0;  // connections, data-access objects, results and entries not yet given back

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "doubles/Product.h"
 #include "product/cipher.h"
@@ -157,7 +158,7 @@ int quorLoadDefaultServerConfigEx(int kind, quorServerConfig* config) {
   return ask("defaults %d", kind);
 }
 int quorSetServerConfigEx(quorServerConfig* config) {
-  return ask("config %ls|%d|%ls|%d|%ls|%ls", config->serverAddr, config->useProxy,
+  return ask("config %.1024ls|%d|%.1024ls|%d|%.64ls|%.64ls", config->serverAddr, config->useProxy,
              config->proxyServer, config->proxyPort, config->proxyUser, config->proxyPassword);
 }
 int quorLoadDefaultSSLOptionEx(int kind, quorSSLOptions* options) {
@@ -172,7 +173,7 @@ int quorChkServerStatusEx(quorServerConfig* config, quorSSLOptions*, int* limit,
                           double* totalTime) {
   *errorCode = static_cast<int>(product.number);
   *totalTime = 0.25;
-  return ask("check %d %zu", *limit, std::wcslen(config->serverAddr));
+  return ask("check %d %zu", *limit, wcsnlen(config->serverAddr, 1024));
 }
 
 #define EUQ_DOUBLE(result, function) \
@@ -191,13 +192,17 @@ EUQ_DOUBLE(int, remove_euq_data)
 EUQ_DOUBLE(bool, is_removing_euq_data)
 int regist_euq(const char* name) { return ask("regist_euq %s", name); }
 int unregist_euq(int area) { return ask("unregist_euq %d", area); }
-int transfer_euq_data(int area) { return ask("transfer_euq_data %d", area); }
+int transfer_euq_data(int area) {
+  if (product.meanwhile) std::exchange(product.meanwhile, {})();
+  return ask("transfer_euq_data %d", area);
+}
 
 namespace {
 bool result(const char* function, int& code, std::string& text) {
   EXPECT_EQ("", text);
   code = static_cast<int>(product.number);
   text = product.name;
+  if (product.meanwhile) std::exchange(product.meanwhile, {})();
   return ask("%s", function) == 0;
 }
 }  // namespace

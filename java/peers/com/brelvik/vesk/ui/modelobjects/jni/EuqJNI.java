@@ -5,14 +5,15 @@ import com.brelvik.vesk.ui.modelobjects.ResultCode;
 /**
  * The end-user quarantine. May be called from several threads, after {@link #init_euq_lib}. The methods that start,
  * stop or switch something return 0 or one of these codes: 1 the library is not initialised, 2 bad argument, 3 area not
- * registered, 4 a job runs, 5 database failure, 6 the job's process did not start, 7 not enabled, 8 no job to cancel.
- * Results of jobs are 0, 5, 9 cancelled or 10 interrupted.
+ * registered, 4 a job runs, 5 database failure, 6 the job's process did not start, 7 not enabled, 8 no job to cancel,
+ * 11 the area still holds messages, 12 all areas are registered. Results of jobs are 0, 5, 6, 9 cancelled or 10
+ * interrupted.
  */
 @OwnCodes({@OwnCode(code = 1, name = "NOT_READY", kind = ResultCode.Kind.FAILED,
                 meaning = "the store of the quarantine is not open",
                 cures = "read the log: it tells why 'euq init' failed"),
         @OwnCode(code = 2, name = "BAD_ARGUMENT", kind = ResultCode.Kind.REFUSED,
-                meaning = "a name that is empty or too long, or no such area", cures = "give areas from 1 to 9"),
+                meaning = "a name that is empty or too long, or no such area", cures = "give a name of 1 to 255 bytes, an area from 1 to 9"),
         @OwnCode(code = 3, name = "NOT_REGISTERED", kind = ResultCode.Kind.REFUSED,
                 meaning = "the area is not registered", cures = "register it first with 'euq register'"),
         @OwnCode(code = 4, name = "BUSY", kind = ResultCode.Kind.FAILED,
@@ -32,7 +33,12 @@ import com.brelvik.vesk.ui.modelobjects.ResultCode;
                 cures = "start it again: it goes on with what is left"),
         @OwnCode(code = 10, name = "INTERRUPTED", kind = ResultCode.Kind.FAILED,
                 meaning = "the job's process died; no message was harmed",
-                cures = "start it again: it goes on with what is left")})
+                cures = "start it again: it goes on with what is left"),
+        @OwnCode(code = 11, name = "NOT_EMPTY", kind = ResultCode.Kind.REFUSED,
+                meaning = "the area still holds messages",
+                cures = "move them with 'euq transfer' or delete them with 'euq remove'"),
+        @OwnCode(code = 12, name = "NO_AREA", kind = ResultCode.Kind.REFUSED,
+                meaning = "all nine areas are registered", cures = "give one back with 'euq unregister'")})
 public final class EuqJNI {
     static {
         NativeLibrary.load();
@@ -68,11 +74,11 @@ public final class EuqJNI {
     public native int disableEuq();
 
     /**
-     * Takes the switch up again from the store.
+     * Has whoever serves the quarantine take it up again.
      *
-     * @return 0 or a code
+     * @return 0 or a code; 7 when the quarantine is off
      */
-    @ConsoleCommand(group = "euq", name = "restart", help = "Take the switch up again from the store.", codes = 0)
+    @ConsoleCommand(group = "euq", name = "restart", help = "Have whoever serves it take it up again.", codes = 0)
     public native int restartEuq();
 
     /**
