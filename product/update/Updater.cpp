@@ -77,8 +77,24 @@ std::uint64_t Updater::lastSerial(const std::string& signer) const {
   return error == std::errc() && rest == " " + signer + "\n" ? serial : 0;
 }
 
+// Whether the last one that any process accepted is later, or of another key.
+bool Updater::isOutdated(const Manifest& seen) const {
+  const std::uint64_t last = lastSerial(seen.signer);
+  return last > seen.serial || (last == 0 && !readFile(serialPath(home), 1).empty());
+}
+
+const Manifest* Updater::acceptManifest(Failure& failure) {
+  const Manifest* offer = manifest(ONE_CLICK, failure);
+  if (offer != nullptr && isOutdated(*offer)) {
+    // Others may have been at work since it was read. A new key's first manifest is read twice.
+    read.reset();
+    offer = manifest(ONE_CLICK, failure);
+  }
+  return offer != nullptr && keepSerial(*offer, failure) ? offer : nullptr;
+}
+
 bool Updater::keepSerial(const Manifest& accepted, Failure& failure) {
-  if (lastSerial(accepted.signer) == accepted.serial) return true;
+  if (lastSerial(accepted.signer) >= accepted.serial) return true;
   return replaceFile(serialPath(home),
                      std::to_string(accepted.serial) + " " + accepted.signer + "\n", failure);
 }
@@ -101,8 +117,8 @@ BvUpdateRet Updater::download(const std::string& component, bool force) {
 
 BvUpdateRet Updater::update(Store& store, const std::string& component, bool force,
                             Failure& failure) {
-  const Manifest* offer = manifest(ONE_CLICK, failure);
-  if (offer == nullptr || !keepSerial(*offer, failure)) return UPDATE_FAILED;
+  const Manifest* offer = acceptManifest(failure);
+  if (offer == nullptr) return UPDATE_FAILED;
   const auto entry = offer->packages.find(component);
   if (entry == offer->packages.end()) {
     failure.set("manifest", "the source has no such component", "", "ask its publisher");

@@ -32,7 +32,10 @@ class Updater {
   // good for `age`.
   const Manifest* manifest(Clock::duration age, Failure& failure);
   bool fetchManifest(Manifest& fresh, Failure& failure);
+  // What may be believed under the lock; its serial is kept.
+  const Manifest* acceptManifest(Failure& failure);
   std::uint64_t lastSerial(const std::string& signer) const;
+  bool isOutdated(const Manifest& seen) const;
   bool keepSerial(const Manifest& accepted, Failure& failure);
 
   BvUpdateRet update(Store& store, const std::string& component, bool force, Failure& failure);

@@ -100,6 +100,41 @@ TEST_F(RefusalTest, ManifestsThatCannotBeBelieved) {
   }
 }
 
+TEST_F(RefusalTest, ManifestReadBeforeALaterOneWasAccepted) {
+  publisher.makeKey("other.pem");
+  int version = 2;
+  // The publisher's next manifest is signed by the same key, or by a new one.
+  for (const char* key : {"key.pem", "other.pem"}) {
+    SCOPED_TRACE(key);
+    BvUpdate early(UPDATE_KIND_COMPONENTS), deceived(UPDATE_KIND_COMPONENTS);
+    std::string name, text;
+    for (BvUpdate* reader : {&early, &deceived})
+      EXPECT_EQ(0, reader->getAvailVersion(SPAM, name, text, false));
+    const std::string old = read("manifest.json"), signature = read("manifest.json.sig");
+
+    const std::string next = std::to_string(++version) + ".0";
+    offer(next);
+    publisher.sign(key);
+    setting("key_file", publisher.dir.path(key) + ".pub");
+    EXPECT_EQ("1 " + next, download());
+    const std::string serial = appliance.read("data/update/serial");
+    EXPECT_EQ(UPDATE_NO_CHANGE, early.download(SPAM, text, false));
+    EXPECT_EQ(next, text);
+    EXPECT_EQ(serial, appliance.read("data/update/serial"));
+
+    write("manifest.json", old);
+    write("manifest.json.sig", signature);
+    home.newLog();
+    EXPECT_EQ(UPDATE_FAILED, deceived.download(SPAM, text, true));
+    EXPECT_EQ("2 " + next, download());
+    const std::string log = home.newLog();
+    EXPECT_EQ(2, std::count(log.begin(), log.end(), '\n')) << log;
+    EXPECT_THAT(log, HasSubstr(version == 3 ? "older than one accepted" : "not signed by the key"));
+    EXPECT_EQ(serial, appliance.read("data/update/serial"));
+    publisher.publish();
+  }
+}
+
 TEST_F(RefusalTest, PackagesThatAreNotWhatTheManifestTells) {
   const struct {
     const char* what;
