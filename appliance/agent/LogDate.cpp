@@ -144,7 +144,7 @@ std::optional<LogDate> firstDate(std::string_view lines) {
 }
 
 Years::Years(const LogDate& first, std::time_t latest)
-    : firstDay(first.day()), firstYear(yearOf(latest)) {
+    : firstDay(first.day()), firstYear(yearOf(latest)), end(latest) {
   constexpr int leapCycle = 8;
   const int newest = firstYear;
   for (int year = newest; year > newest - leapCycle - 2; --year) {
@@ -157,7 +157,9 @@ Years::Years(const LogDate& first, std::time_t latest)
 
 int Years::year(const LogDate& date) const {
   if (date.complete) return yearOf(date.seconds);
-  return date.day() < firstDay ? firstYear + 1 : firstYear;
+  if (date.day() >= firstDay) return firstYear;
+  const auto nextYear = inYear(date, firstYear + 1);
+  return nextYear && *nextYear <= end ? firstYear + 1 : firstYear;
 }
 
 std::time_t Years::seconds(const LogDate& date) const {

@@ -23,7 +23,8 @@ std::optional<LogDate> dateOf(std::string_view line);
 // Of the first line that has one.
 std::optional<LogDate> firstDate(std::string_view lines);
 
-// The years of a log of less than twelve months: all follow from that of its first line.
+// The years of a log of less than twelve months: all follow from that of its first line. A day
+// before that one is a year later, or of a line that came late.
 class Years {
  public:
   Years() = default;
@@ -36,6 +37,7 @@ class Years {
  private:
   int firstDay = 0;
   int firstYear = 1970;
+  std::time_t end = 0;
 };
 
 }  // namespace agent

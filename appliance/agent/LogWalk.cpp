@@ -112,6 +112,8 @@ bool LogWalk::startAt(const LogPlace& place) {
 }
 
 void LogWalk::nextFile() {
+  // A walk over years of compressed logs needs the room of one.
+  if (logs[index].packed) logs[index].text.reset();
   // Below 0 it wraps, and is over as well.
   index += oldestFirst ? std::size_t(-1) : 1;
   offset = oldestFirst ? 0 : anywhere;

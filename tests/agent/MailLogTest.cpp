@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -318,6 +319,41 @@ TEST_F(MailLogTest, TellsTheFileAndTheYearOfAPage) {
   EXPECT_THAT(boundary.rest(*agent), ElementsAre(6, 7));
   Console leap{"", 1, 0, 1709204400};  // noon of 2024-02-29
   EXPECT_THAT(leap.rest(*agent), ElementsAre(0));
+}
+
+TEST_F(MailLogTest, ALineThatCameLateOverMidnightIsNotOfNextYear) {
+  constexpr time_t midnight = 1763593200;  // 2025-11-20 in Berlin
+  std::string text;
+  for (const int after : {0, -1, 2, 3}) {
+    text += syslogDate(midnight + after) + " gate #" + std::to_string(after) + "\n";
+  }
+  write("maillog", text, midnight + 4);
+  start();
+  Console until{"", 1, 0, midnight + 2}, from{"", 1, midnight + 2}, first{"", 1, 0, 0, 2};
+  EXPECT_THAT(until.rest(*agent), ElementsAre(0, -1, 2));
+  EXPECT_THAT(from.rest(*agent), ElementsAre(2, 3));
+  ASSERT_TRUE(first.turn(*agent));
+  EXPECT_EQ(2025, first.block[8]);
+}
+
+TEST_F(MailLogTest, AQueryOverManyCompressedLogsKeepsFewOfThemUnpacked) {
+  constexpr int count = 24;
+  write("maillog", event(count));
+  for (int number = 0; number < count; ++number) {
+    writePacked("maillog." + std::to_string(count - number) + ".gz", event(number), base + 86400);
+  }
+  start();
+  const std::string open = "/proc/" + std::to_string(agent->pid()) + "/fd";
+  const auto idle = std::distance(std::filesystem::directory_iterator(open), {});
+  // Each log open once, and half as many again for connections and what is unpacked.
+  const auto most = static_cast<rlim_t>(idle + count + count / 2);
+  const rlimit limit{most, most};
+  ASSERT_EQ(0, prlimit(agent->pid(), RLIMIT_NOFILE, &limit, nullptr));
+  for (const int mode : {0, 1}) {
+    Console all{"", mode, 0, 0, 10}, late{"", mode, base + 60, 0, 10};
+    EXPECT_EQ(mode ? span(0, count, 1) : span(count, 0, -1), all.rest(*agent));
+    EXPECT_EQ(mode ? span(1, count, 1) : span(count, 1, -1), late.rest(*agent));
+  }
 }
 
 TEST_F(MailLogTest, EventsAreWholeCharactersThatAConsoleCanShow) {
