@@ -26,7 +26,8 @@
 
 class AgentSOAPClient {
  public:
-  // The agent adds the operands; `answer` is its sum, 0 when the call is false.
+  // The agent adds the operands; `answer` is its sum, 0 when the call is false. NaN as the sum of
+  // operands that have another one makes the call false.
   static bool test(const char* endpoint, double first, double second, double& answer);
   static bool UnregisterNotify(const char* endpoint);
   // `echo` is the code as the agent understood it, 0 when the call is false.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <string_view>
@@ -74,7 +75,13 @@ bool doubleOf(std::string_view text, double& value) {
   if (text == "INF") return value = Limits::infinity(), true;
   if (text == "-INF") return value = -Limits::infinity(), true;
   // from_chars takes other spellings of these too.
-  return text.find_first_not_of("0123456789+-.eE") == text.npos && numberOf(text, value);
+  if (text.find_first_not_of("0123456789+-.eE") != text.npos) return false;
+  if (numberOf(text, value)) return true;
+  // Too near to zero for a double.
+  long double wide = 1;
+  if (!numberOf(text, wide) || std::fabs(wide) >= 1) return false;
+  value = static_cast<double>(wide);
+  return true;
 }
 
 Failure faultOf(pugi::xml_node fault) {

@@ -25,7 +25,9 @@ bool holdsOnlyCharacters(std::string_view text) {
     const auto code = static_cast<unsigned char>(byte);
     return code < 0x20 && !isCharacter(code);
   };
-  return std::none_of(text.begin(), text.end(), isControl);
+  // U+FFFE and U+FFFF.
+  return std::none_of(text.begin(), text.end(), isControl) &&
+         text.find("\xEF\xBF\xBE") == text.npos && text.find("\xEF\xBF\xBF") == text.npos;
 }
 
 // What stands between & and ;
@@ -167,7 +169,7 @@ const char* Inspection::take(std::string_view piece) {
 const char* refusedMarkup(std::string_view text) {
   constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
   if (text.starts_with(BYTE_ORDER_MARK)) text.remove_prefix(BYTE_ORDER_MARK.size());
-  if (!holdsOnlyCharacters(text)) return "a control character";
+  if (!holdsOnlyCharacters(text)) return "a character that XML does not allow";
   Inspection inspection;
   while (!text.empty()) {
     const std::size_t length = lengthOf(text);

@@ -1,4 +1,6 @@
 // The operations whose answers are numbers or nothing.
+#include <cmath>
+
 #include "Call.h"
 #include "product/agent.h"
 
@@ -24,6 +26,8 @@ bool AgentSOAPClient::test(const char* endpoint, double first, double second, do
   double sum = 0;
   if (!call.put("first", first).put("second", second).accepted()) return false;
   if (!call.get("answer", sum)) return false;
+  if (std::isnan(sum) && !std::isnan(first + second))
+    return call.succeeded({"answer is not a number", VESK::agent::hint::DIALECT});
   answer = sum;
   return true;
 }

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <thread>
 
@@ -200,6 +201,16 @@ TEST(ClientTest, EndpointIsCompletedOrRefused) {
     const std::string log = Home::instance().newLog();
     EXPECT_EQ(1, std::count(log.begin(), log.end(), '\n')) << bad << log;
     EXPECT_THAT(log, Not(HasSubstr("Pa55word")));
+  }
+}
+
+TEST(ClientTest, NotANumberIsTheSumOfWhatHasNone) {
+  Answering agent("test", element("answer", "NaN"));
+  constexpr double operands[][2] = {{NAN, 1}, {INFINITY, -INFINITY}};
+  for (const auto& [one, other] : operands) {
+    double sum = 0;
+    EXPECT_TRUE(AgentSOAPClient::test(agent.endpoint().c_str(), one, other, sum));
+    EXPECT_TRUE(std::isnan(sum)) << sum;
   }
 }
 
