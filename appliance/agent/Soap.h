@@ -12,12 +12,14 @@ namespace agent {
 
 class Request {
  public:
-  // Throws a Fault for what is no request: broken XML, a DOCTYPE, too deep, not SOAP 1.1.
+  // Throws a Fault for what is no request: broken XML, a DOCTYPE, too deep, too much
+  // markup, not SOAP 1.1.
   explicit Request(const std::string& body);
 
   std::string operation() const;
 
-  // Operands by name; each throws a Fault when it is missing or not of its type.
+  // Operands by name; each throws a Fault when it is missing, there twice or not of its
+  // type.
   std::string text(const char* name) const;
   std::int32_t number(const char* name) const;
   std::uint32_t unsignedNumber(const char* name) const;

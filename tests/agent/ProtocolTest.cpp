@@ -19,6 +19,16 @@ using Clock = std::chrono::steady_clock;
 
 const std::string call = "<a:sendServiceCmd><a:command>7</a:command></a:sendServiceCmd>";
 
+std::string deep(int levels) {  // below the three that an operand of it has around it
+  std::string text = "x";
+  for (int level = 0; level < levels; ++level) text = "<x>" + text + "</x>";
+  return text;
+}
+
+std::string replaceFirst(std::string text, const std::string& from, const std::string& to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
 std::string envelope(const std::string& body, const std::string& header = "",
                      const std::string& soap = "http://schemas.xmlsoap.org/soap/envelope/") {
   return "<s:Envelope xmlns:s='" + soap + "' xmlns:a='urn:brelvik:vesk:agent:1'>" + header +
@@ -39,8 +49,6 @@ class ProtocolTest : public testing::Test {
 };
 
 TEST_F(ProtocolTest, RefusesWhatIsNoRequest) {
-  std::string deep;  // 62 levels, and three around them
-  for (int level = 0; level < 62; ++level) deep = "<x>" + deep + "</x>";
   const struct {
     std::string body;
     const char* fault;
@@ -49,7 +57,11 @@ TEST_F(ProtocolTest, RefusesWhatIsNoRequest) {
       {"hello", "soap:Client"},
       {envelope(call).substr(0, 150), "soap:Client"},
       {"<!DOCTYPE x [<!ENTITY e 'e'>]>" + envelope(call), "DOCTYPE"},
-      {envelope("<a:test>" + deep + "</a:test>"), "too deep"},
+      {envelope("<a:test>" + deep(62) + "</a:test>"), "too deep"},
+      {envelope(call + "<!--" + std::string(65536, 'x') + "-->"), "too much markup"},
+      {envelope(call) + "<x/>", "more than one envelope"},
+      {envelope(replaceFirst(call, "</a:command>", "</a:command><x>&foo;</x>")), "unknown entity"},
+      {envelope(replaceFirst(call, "<a:command>", "<a:command>8</a:command><a:command>")), "twice"},
       {envelope(call, "", "http://www.w3.org/2003/05/soap-envelope"), "soap:VersionMismatch"},
       {envelope(call, "<s:Header><x s:mustUnderstand='1'/></s:Header>"), "soap:MustUnderstand"},
       {envelope(""), "one element"},
@@ -86,6 +98,7 @@ TEST_F(ProtocolTest, TakesWhatAnyStackMaySend) {
       envelope("<sendServiceCmd xmlns='urn:brelvik:vesk:agent:1'><command>0<!-- "
                "-->7</command></sendServiceCmd>"),
       envelope(call, "<s:Header><x>any</x></s:Header>"),
+      envelope(replaceFirst(call, "</a:command>", "</a:command>" + deep(61))),
       "\xEF\xBB\xBF<?xml version='1.0'?>\n<!-- c -->" + envelope(call),
   };
   for (const std::string& body : rows) {

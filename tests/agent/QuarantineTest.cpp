@@ -124,7 +124,7 @@ TEST_F(QuarantineTest, AReferenceNamesNothingOutsideItsArea) {
 
 TEST_F(QuarantineTest, WritesTheWholeMessageIntoTheExportFolder) {
   for (const std::string& target : {std::string("m.eml"), exports.path("full.eml"),
-                                   exports.path("sub/m.eml"), std::string("linked")}) {
+                                    exports.path("sub/m.eml"), std::string("linked")}) {
     SCOPED_TRACE(target);
     ASSERT_TRUE(whole("letter", target));
     const std::string path = target[0] == '/' ? target : exports.path(target);
