@@ -3,6 +3,7 @@
 // FOLDER/answer, read at each request, is a line with the HTTP status and a time to wait in
 // milliseconds, and then the body. FOLDER/requests gets a line for each request.
 #include <httplib.h>
+#include <sys/socket.h>
 
 #include <chrono>
 #include <fstream>
@@ -31,6 +32,12 @@ void answer(const std::string& folder, const httplib::Request& request,
   response.set_content(body.str(), "application/json");
 }
 
+// A port that another program has is refused, but not one whose old connections are dying away.
+void reuseAddress(socket_t socket) {
+  const int yes = 1;
+  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+}
+
 ServerHandle makeServer(const std::string& folder, const std::string& certificate) {
   const std::string base = folder + "/tls/" + certificate;
   ServerHandle server;
@@ -39,6 +46,7 @@ ServerHandle makeServer(const std::string& folder, const std::string& certificat
   } else {
     server = std::make_unique<httplib::SSLServer>((base + ".pem").c_str(), (base + ".key").c_str());
   }
+  server->set_socket_options(reuseAddress);
   server->set_keep_alive_max_count(1);
   server->new_task_queue = [] { return new httplib::ThreadPool(2); };
   server->Get("/status", [folder](const httplib::Request& request, httplib::Response& response) {
