@@ -82,7 +82,8 @@ class BvUpdate {
   // empty when there is none. With `force` a version equal to the one in use, or to the one that a
   // rollback left, is fetched again. A manifest, or that there is none, is believed for a minute:
   // the components of one click share it. It is read again when another object or process has
-  // accepted a later one meanwhile. FAILED also when another update is running.
+  // accepted a later one meanwhile. FAILED, also when another update is running, leaves the version
+  // in use as it was, unless the log says that the change is decided.
   BvUpdateRet download(BvUpdateType type, std::string& version, bool force);
 
   // Back to the version before. What it left is remembered and not fetched again without force; the

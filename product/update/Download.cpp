@@ -15,7 +15,21 @@ namespace {
 
 constexpr std::size_t BLOCK = 256 * 1024;
 
+// A folder with the list of sums and one file, and the drafts of current, left and switch.
+constexpr std::uint64_t FEWEST_INODES = 6;
+constexpr const char* MAKE_ROOM = "make room below data/update; the version in use was not touched";
+
 std::string mebibytes(std::uint64_t bytes) { return std::to_string((bytes >> 20) + 1) + " MiB"; }
+
+// Some file systems have no limit, and tell none.
+bool hasInodes(const std::string& folder, const struct statvfs& space, std::uint64_t fewest,
+               Failure& failure) {
+  if (space.f_files == 0 || space.f_favail >= fewest) return true;
+  return failure.set("prepare", "disk full",
+                     folder + " needs " + std::to_string(fewest) + " inodes or more, has " +
+                         std::to_string(space.f_favail),
+                     MAKE_ROOM);
+}
 
 }  // namespace
 
@@ -96,14 +110,14 @@ bool hasRoom(const std::string& folder, const std::string& kept, const Package& 
   if (::statvfs(folder.c_str(), &space) != 0) return failure.setSystem("prepare", folder, errno);
   const std::uint64_t free = std::uint64_t{space.f_bavail} * space.f_frsize;
   std::uint64_t needed = package.size + package.unpacked;
-  if (::stat(kept.c_str(), &part) == 0) {
-    needed -= std::min(package.size, static_cast<std::uint64_t>(part.st_size));
-  }
+  const bool begun = ::stat(kept.c_str(), &part) == 0;
+  if (begun) needed -= std::min(package.size, static_cast<std::uint64_t>(part.st_size));
   if (free < needed) {
     return failure.set("prepare", "disk full",
                        folder + " needs " + mebibytes(needed) + ", has " + mebibytes(free),
-                       "make room below data/update; the version in use was not touched");
+                       MAKE_ROOM);
   }
+  if (!hasInodes(folder, space, FEWEST_INODES + (begun ? 0 : 1), failure)) return false;
   // The system kills a process that writes beyond its limit.
   rlimit limit{};
   const std::uint64_t largest = std::max(package.size, package.unpacked);

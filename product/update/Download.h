@@ -38,7 +38,7 @@ class Download {
 };
 
 // Whether a package, of which a part may be kept already, and its files fit on the file system and
-// below the process's limit.
+// below the process's limit. How many files there are shows only when they are unpacked.
 bool hasRoom(const std::string& folder, const std::string& kept, const Package& package,
              Failure& failure);
 

@@ -21,6 +21,19 @@ bool syncPath(const std::string& path, int flags, Failure& failure) {
 
 std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
+std::string draftOf(const std::string& path) { return path + ".new"; }
+
+bool placeDraft(const std::string& path, Failure& failure) {
+  // What cannot be put in place now is kept: the room for it may be the last.
+  if (::rename(draftOf(path).c_str(), path.c_str()) == 0) return true;
+  return failure.setSystem("switch", path, errno);
+}
+
+bool holds(const std::string& path, std::string_view content) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && readFile(path, content.size() + 1) == content;
+}
+
 }  // namespace
 
 bool makeFolder(const std::string& path) {
@@ -52,17 +65,29 @@ Descriptor createFile(const std::string& path, mode_t mode) {
   return file;
 }
 
-bool replaceFile(const std::string& path, std::string_view content, Failure& failure) {
-  const std::string draft = path + ".new";
+bool draftFile(const std::string& path, std::string_view content, Failure& failure) {
+  const std::string draft = draftOf(path);
   ::unlink(draft.c_str());
   const Descriptor file = createFile(draft, FILE_MODE);
   if (file.isOpen() && writeAll(file.get(), content.data(), content.size()) &&
-      ::fsync(file.get()) == 0 && ::rename(draft.c_str(), path.c_str()) == 0) {
-    return syncFolder(folderOf(path), failure);
+      ::fsync(file.get()) == 0) {
+    return true;
   }
   const int error = errno;
   ::unlink(draft.c_str());
   return failure.setSystem("write", path, error);
+}
+
+bool draftLink(const std::string& path, const std::string& target, Failure& failure) {
+  const std::string draft = draftOf(path);
+  ::unlink(draft.c_str());
+  if (target.empty() || ::symlink(target.c_str(), draft.c_str()) == 0) return true;
+  return failure.setSystem("write", path, errno);
+}
+
+bool replaceFile(const std::string& path, std::string_view content, Failure& failure) {
+  return draftFile(path, content, failure) && placeDraft(path, failure) &&
+         syncFolder(folderOf(path), failure);
 }
 
 std::string readFile(const std::string& path, std::size_t limit) {
@@ -73,17 +98,20 @@ std::string readFile(const std::string& path, std::size_t limit) {
   return content;
 }
 
-bool replaceLink(const std::string& path, const std::string& target, Failure& failure) {
+bool placeFile(const std::string& path, std::string_view content, Failure& failure) {
+  if (holds(path, content)) return true;
+  if (!holds(draftOf(path), content) && !draftFile(path, content, failure)) return false;
+  return placeDraft(path, failure);
+}
+
+bool placeLink(const std::string& path, const std::string& target, Failure& failure) {
   if (target.empty()) {
     if (::unlink(path.c_str()) == 0 || errno == ENOENT) return true;
     return failure.setSystem("switch", path, errno);
   }
-  const std::string draft = path + ".new";
-  ::unlink(draft.c_str());
-  if (::symlink(target.c_str(), draft.c_str()) == 0 && ::rename(draft.c_str(), path.c_str()) == 0) {
-    return true;
-  }
-  return failure.setSystem("switch", path, errno);
+  if (readLink(path) == target) return true;
+  if (readLink(draftOf(path)) != target && !draftLink(path, target, failure)) return false;
+  return placeDraft(path, failure);
 }
 
 std::string readLink(const std::string& path) {

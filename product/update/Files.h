@@ -45,15 +45,21 @@ bool writeAll(int file, const char* data, std::size_t size);
 // A new file of that mode, whatever the umask is, open for writing; not open when one is there.
 Descriptor createFile(const std::string& path, mode_t mode);
 
-// Puts a file of this content in place in one step; on the disk when it returns. The caller holds a
-// lock: the name of the draft is always the same.
+// A draft, PATH.new, takes the room that putting a file or link in place needs; what follows is a
+// rename. The caller holds a lock. A link without a target needs no draft.
+bool draftFile(const std::string& path, std::string_view content, Failure& failure);
+bool draftLink(const std::string& path, const std::string& target, Failure& failure);
+
+// Puts a file of this content in place in one step; on the disk when it returns.
 bool replaceFile(const std::string& path, std::string_view content, Failure& failure);
 
 // At most `limit` bytes; empty when there is none.
 std::string readFile(const std::string& path, std::size_t limit);
 
-// Lets a symbolic link lead to `target` in one step; an empty target removes it.
-bool replaceLink(const std::string& path, const std::string& target, Failure& failure);
+// Puts the draft in place in one step if this has not been done; a draft that was lost is made
+// again. An empty target removes the link.
+bool placeFile(const std::string& path, std::string_view content, Failure& failure);
+bool placeLink(const std::string& path, const std::string& target, Failure& failure);
 
 // Where a symbolic link leads; empty when there is none.
 std::string readLink(const std::string& path);

@@ -21,6 +21,8 @@ namespace {
 constexpr std::size_t LONGEST_SWITCH = 1024;
 constexpr std::size_t SUFFIX = sizeof ".XXXXXX" - 1;
 constexpr const char* PACKAGE = "package.";
+constexpr const char* DECIDED =
+    "mend the cause below data/update; the change is decided already, the next call carries it out";
 
 std::vector<std::string> namesIn(const std::string& folder) {
   std::vector<std::string> names;
@@ -94,17 +96,35 @@ bool Store::install(const std::string& staging, const std::string& version, Fail
   }
   const bool sameAgain = version == this->version();
   const Switch change{target, readLink(at(sameAgain ? "previous" : "current")), ""};
-  return syncFolder(at("versions"), failure) && begin(change, failure) && finish(failure);
+  return syncFolder(at("versions"), failure) && carryOut(change, failure);
 }
 
 bool Store::goBack(Failure& failure) {
   const Switch change{readLink(at("previous")), "", version()};
-  return begin(change, failure) && finish(failure);
+  return carryOut(change, failure);
 }
 
-bool Store::begin(const Switch& change, Failure& failure) {
-  return replaceFile(at("switch"),
-                     change.current + "\n" + change.previous + "\n" + change.left + "\n", failure);
+bool Store::carryOut(const Switch& change, Failure& failure) {
+  const std::string text = change.current + "\n" + change.previous + "\n" + change.left + "\n";
+  if (draft(change, failure) && replaceFile(at("switch"), text, failure)) return finish(failure);
+  if (isDecided()) {
+    failure.hint = DECIDED;
+  } else {
+    clean();
+  }
+  return false;
+}
+
+// Also when nobody can tell: what it leads to must stay then.
+bool Store::isDecided() const {
+  struct stat status {};
+  return ::lstat(at("switch").c_str(), &status) == 0 || errno != ENOENT;
+}
+
+bool Store::draft(const Switch& change, Failure& failure) {
+  return draftLink(at("current"), change.current, failure) &&
+         draftLink(at("previous"), change.previous, failure) &&
+         draftFile(at("left"), change.left, failure);
 }
 
 // Can be done again from any point on, until "switch" is gone.
@@ -114,14 +134,19 @@ bool Store::finish(Failure& failure) {
   if (!std::getline(lines, change.current)) return true;
   std::getline(lines, change.previous);
   std::getline(lines, change.left);
-  if (!replaceLink(at("current"), change.current, failure) ||
-      !replaceLink(at("previous"), change.previous, failure) ||
-      !replaceFile(at("left"), change.left, failure) || !syncFolder(folder, failure)) {
+  if (!place(change, failure)) {
+    failure.hint = DECIDED;
     return false;
   }
   ::unlink(at("switch").c_str());
   clean();
   return true;
+}
+
+bool Store::place(const Switch& change, Failure& failure) {
+  return placeLink(at("current"), change.current, failure) &&
+         placeLink(at("previous"), change.previous, failure) &&
+         placeFile(at("left"), change.left, failure) && syncFolder(folder, failure);
 }
 
 }  // namespace VESK::update

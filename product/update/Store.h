@@ -7,7 +7,8 @@
 //   switch                what current, previous and left are about to become
 //
 // "switch" appears in one step and is then carried out; a process that is killed in between has its
-// work finished by the next call. All but the state's reading is done under the lock.
+// work finished by the next call. All that needs room on the disk is there before "switch" is. All
+// but the state's reading is done under the lock.
 #ifndef VESK_UPDATE_STORE_H
 #define VESK_UPDATE_STORE_H
 
@@ -49,8 +50,11 @@ class Store {
 
   std::string at(const char* name) const { return folder + "/" + name; }
   std::string versionOf(const char* link) const;
-  bool begin(const Switch& change, Failure& failure);
+  bool carryOut(const Switch& change, Failure& failure);
+  bool isDecided() const;
+  bool draft(const Switch& change, Failure& failure);
   bool finish(Failure& failure);
+  bool place(const Switch& change, Failure& failure);
   void clean();
 
   std::string folder;

@@ -267,29 +267,84 @@ bool mountDisk(const std::string& folder, const char* options) {
   return mount("disk", folder.c_str(), "tmpfs", 0, options) == 0;
 }
 
+constexpr int NO_DISK = 99;
+
+// The exit code of a process in which the folder is on a disk of its own.
+template <typename Work>
+int onDisk(const std::string& folder, const std::string& options, Work work) {
+  const pid_t child = fork();
+  if (child == 0) _exit(mountDisk(folder, options.c_str()) ? work() : NO_DISK);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 TEST_F(RefusalTest, FullDiskIsNamedAndLosesNothing) {
-  // Not enough room is seen before anything is fetched; not enough inodes only when unpacking.
-  for (const char* options : {"size=96k", "nr_inodes=20"}) {
-    SCOPED_TRACE(options);
-    offer("1.0");
-    const pid_t child = fork();
-    if (child == 0) {
-      if (!mountDisk(appliance.path("data/update"), options)) _exit(99);
-      EXPECT_EQ("1 1.0", download());
-      Entries large = files("2.0");
-      for (int i = 0; i < 9; ++i)
-        large.push_back({"part" + std::to_string(i), std::string(9000, 'x')});
-      publisher.offer("spam-pattern", "2.0", large);
-      publisher.publish();
-      home.newLog();
-      expectRefused(options, "disk full");
-      _exit(HasFailure() ? 1 : 0);
+  offer("1.0");
+  const int code = onDisk(appliance.path("data/update"), "size=96k", [&] {
+    EXPECT_EQ("1 1.0", download());
+    Entries large = files("2.0");
+    for (int i = 0; i < 9; ++i)
+      large.push_back({"part" + std::to_string(i), std::string(9000, 'x')});
+    publisher.offer("spam-pattern", "2.0", large);
+    publisher.publish();
+    home.newLog();
+    expectRefused("before anything is fetched", "disk full");
+    return HasFailure() ? 1 : 0;
+  });
+  if (code == NO_DISK) GTEST_SKIP() << "no user namespace here";
+  EXPECT_EQ(0, code);
+}
+
+TEST_F(RefusalTest, WithFewInodesAnAnswerSaysWhatIsInUse) {
+  enum Reached : int { NOTHING, FIRST, SECOND, WRONG };
+  const auto attempt = [&] {
+    home.newLog();
+    if (download() != "1 1.0") {
+      EXPECT_EQ("", whole("current"));
+      EXPECT_THAT(home.newLog(), HasSubstr("disk full"));
+      return NOTHING;
     }
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (status == 99 << 8) GTEST_SKIP() << "no user namespace here";
-    EXPECT_EQ(0, status);
+    expectInUse("1.0", "");
+    offer("2.0");
+    if (download() != "1 2.0") {
+      expectInUse("1.0", "");
+      EXPECT_THAT(home.newLog(), HasSubstr("the version in use was not touched"));
+      EXPECT_EQ(UPDATE_ROLLBACK_UNAVAILABLE, rollback());
+      return FIRST;
+    }
+    expectInUse("2.0", "1.0");
+    EXPECT_EQ(UPDATE_DONE, rollback());  // what the package took is enough for it
+    expectInUse("1.0", "");
+    return SECOND;
+  };
+  std::set<int> reached;
+  for (int inodes = 4; inodes < 36; ++inodes) {
+    SCOPED_TRACE(inodes);
+    offer("1.0");
+    reached.insert(
+        onDisk(appliance.path("data/update"), "nr_inodes=" + std::to_string(inodes), [&] {
+          const int end = attempt();
+          return HasFailure() ? WRONG : end;
+        }));
   }
+  if (reached.contains(NO_DISK)) GTEST_SKIP() << "no user namespace here";
+  EXPECT_THAT(reached, testing::AllOf(testing::Contains(NOTHING), testing::Contains(FIRST),
+                                      testing::Contains(SECOND)));
+  EXPECT_FALSE(reached.contains(WRONG));
+}
+
+TEST_F(RefusalTest, SwitchThatIsDecidedIsCarriedOutByTheNextCall) {
+  EXPECT_EQ("1 2.0", download());
+  const std::string back = std::filesystem::read_symlink(at("previous"));
+  appliance.write("data/update/spam-pattern/switch", back + "\n\n2.0\n");
+  appliance.write("data/update/spam-pattern/current.new/in-the-way", "");
+  home.newLog();
+  EXPECT_EQ("2 2.0", download());
+  EXPECT_THAT(home.newLog(), HasSubstr("decided already, the next call carries it out"));
+  std::filesystem::remove_all(at("current.new"));
+  EXPECT_EQ("0 1.0", download());
+  expectInUse("1.0", "");
 }
 
 }  // namespace
