@@ -13,16 +13,28 @@ namespace {
 
 constexpr int COPIES = 24;       // doubling so often is plenty, and three nested runs are not much
 constexpr int MOST_DEPTH = 200;  // of parentheses, as compiled
-constexpr std::uint32_t STEPS = 20'000;
+constexpr std::size_t MOST_STEPS = 20'000;
+constexpr std::size_t FEWEST_STEPS = 200;
 constexpr int WAYS = 4;
 // Of a short expression without groups: a probe that almost takes all its steps takes half a
 // millisecond.
 constexpr std::size_t MOST_PROBES = 48;
 constexpr std::size_t FEWEST_PROBES = 4;
+// Characters read and written for all samples. Most of them are alike in expressions that repeat
+// themselves: the number of probes alone does not bound them.
+constexpr std::size_t MOST_WORK = 2'000'000;
+// Longer ones take their time even in a few steps.
+constexpr std::size_t LONGEST_SAMPLE = 10'000;
 
 // The time of a step grows with the groups, that of making a probe with the length.
-std::size_t probesFor(std::size_t length, std::size_t captures) {
-  return std::max(MOST_PROBES / (1 + captures / 20 + length / 2000), FEWEST_PROBES);
+std::size_t probesFor(std::size_t length, std::size_t captures, std::size_t freeParts) {
+  return std::max(MOST_PROBES / (1 + captures / 20 + length / 2000 + freeParts / 500),
+                  FEWEST_PROBES);
+}
+
+// The component passes parts that need no character without counting: a step is all of them.
+std::uint32_t stepsFor(std::size_t freeParts) {
+  return static_cast<std::uint32_t>(std::max(MOST_STEPS / (1 + freeParts / 4), FEWEST_STEPS));
 }
 
 // Stands in a sample where the text must begin.
@@ -43,7 +55,7 @@ class Sample {
   static constexpr int NONE = -1;
 
   // `wanted` is the expression's repetition that is written many times, and the text ends there;
-  // NONE writes nothing and only looks. The rest is written as short as possible in way 0, in the
+  // with NONE there is no such one. The rest is written as short as possible in way 0, in the
   // others each part at least once, with the first, second, ... alternative.
   Sample(std::string_view expression, int wanted, int way)
       : text(expression), target(wanted), choice(way) {
@@ -52,6 +64,8 @@ class Sample {
 
   const std::string& written() const { return out; }
   int repetitions() const { return seen; }
+  // The longest row of parts that fit without a character, of way 0.
+  std::size_t freeParts() const { return longestFree; }
   // Neither a repeated group nor three repetitions that can divide one text between them: nothing
   // that could run away.
   bool harmless() const { return !repeatedGroup && most < 3; }
@@ -76,9 +90,8 @@ class Sample {
     at += word.size();
     return true;
   }
-  void write(std::string_view piece) {
-    if (target != NONE) out += piece;
-  }
+  void write(std::string_view piece) { out += piece; }
+  void countFree() { longestFree = std::max(longestFree, ++free); }
 
   std::string_view text;
   int target;
@@ -90,6 +103,8 @@ class Sample {
   bool repeatedGroup = false;
   int running = 0;  // repetitions since the last atomic group began
   int most = 0;
+  std::size_t free = 0;
+  std::size_t longestFree = 0;
 };
 
 void Sample::alternatives(int depth) {
@@ -97,6 +112,7 @@ void Sample::alternatives(int depth) {
   for (int i = 0;; ++i) {
     const std::size_t own = out.size();
     sequence(depth);
+    if (out.size() == own) countFree();
     if (done || i < choice || i == 0) {
       out.erase(begin, own - begin);
     } else {
@@ -116,6 +132,12 @@ void Sample::sequence(int depth) {
     const Repeat how = repeat();
     repeatedGroup = repeatedGroup || (isGroup && how.grows());
     apply(how, begin, isAny);
+    // Groups are counted as steps.
+    if (out.size() > begin) {
+      free = 0;
+    } else if (!isGroup) {
+      countFree();
+    }
   }
 }
 
@@ -164,8 +186,9 @@ bool Sample::groupHead(bool& closed) {
   if (closed) return false;
   closed = take("?!") || take("?<!");
   if (!closed && take("?")) {
-    // A name or options.
-    at = std::min(text.find_first_of(">':)|", at + 1), text.size());
+    // A name in marks, or options; there may be none.
+    if (more() && (text[at] == '<' || text[at] == '\'')) ++at;
+    at = std::min(text.find_first_of(">':)|", at), text.size());
     if (more() && text[at] != ')') ++at;
   }
   return closed;
@@ -302,17 +325,21 @@ std::string probeOf(std::string sample, const char* end) {
 bool runsAway(std::string_view regularExpression, const Pattern& pattern) {
   const Sample look(regularExpression, Sample::NONE, 0);
   if (look.harmless()) return false;
-  std::size_t left = probesFor(regularExpression.size(), pattern.captures());
+  std::size_t left = probesFor(regularExpression.size(), pattern.captures(), look.freeParts());
+  std::size_t work = 0;
   std::set<std::string> tried;
   for (int target = 0; target < look.repetitions(); ++target) {
     for (int way = 0; way < WAYS; ++way) {
       const Sample sample(regularExpression, target, way);
+      work += regularExpression.size() + sample.written().size();
+      if (work > MOST_WORK) return false;
+      if (sample.written().size() > LONGEST_SAMPLE) continue;
       if (!tried.insert(sample.written()).second) continue;
       // The second end does not fit before $ and the most general sets either.
       for (const char* end : {"", "\n!\n"}) {
         if (left-- == 0) return false;
         const std::string probe = probeOf(sample.written(), end);
-        if (pattern.matchStart(probe, STEPS) == Pattern::GAVE_UP) return true;
+        if (pattern.matchStart(probe, stepsFor(look.freeParts())) == Pattern::GAVE_UP) return true;
       }
     }
   }

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <functional>
 #include <random>
 #include <string>
@@ -169,10 +169,10 @@ TEST_F(FilterTest, RefusalNamesPlaceAndReason) {
 
 TEST_F(FilterTest, ExpressionsThatRunAwayAreRefused) {
   const char* refused[] = {
-      "(a+)+$",         "^(\\d+)+$",        "(a|ab|b)*c",       "(.*,)*x",
-      "(a?b?)*c",       "([^b]+)+b",        "(\\w+\\s?)+$",     ".*.*.*.*x",
-      "(a|aa)+$",       "foo(bar(\\w*)*)=", "(x|(y|z+)*)*!",    "(a{1,30}){1,30}b",
-      "(?=.*?(a+)+$)b", "(?!(\\s*a*)*;)",   "([[:digit:]]*)*x", "(\\d|[0-9])*\\.",
+      "(a+)+$",          "^(\\d+)+$",        "(a|ab|b)*c",     "(.*,)*x",        "(a?b?)*c",
+      "([^b]+)+b",       "(\\w+\\s?)+$",     ".*.*.*.*x",      "(a|aa)+$",       "foo(bar(\\w*)*)=",
+      "(x|(y|z+)*)*!",   "(a{1,30}){1,30}b", "(?=.*?(a+)+$)b", "(?!(\\s*a*)*;)", "([[:digit:]]*)*x",
+      "(\\d|[0-9])*\\.", "(?:a+)+$",         "(?|b|a+)+$",     "(?i:a+)+$",      "(?<n>a+)+$",
   };
   for (const char* regularExpression : refused) {
     EXPECT_FALSE(KeywordList().valReg(regularExpression)) << regularExpression;
@@ -191,6 +191,8 @@ TEST_F(FilterTest, ExpressionsThatRunAwayAreRefused) {
       "(\\w+\\s+)*end",
       "[\\w.+-]+@[\\w-]+(\\.[\\w-]+)+",
       "(ab)*",
+      "\\b(?:\\d[ -]?){13,16}\\b",
+      "<a\\s+(?:[^>]*?\\s+)?href=[\"'](.*?)[\"']",
   };
   for (const char* regularExpression : taken) {
     EXPECT_TRUE(KeywordList().valReg(regularExpression)) << regularExpression;
@@ -217,6 +219,13 @@ TEST_F(FilterTest, MatchGivesUpInsteadOfRunningAway) {
   filter.reset();
   EXPECT_FALSE(filter.match({text}, result));
   EXPECT_FALSE(result.gaveUp);
+}
+
+// Of this thread: what else the machine does has no part in it.
+double processorMilliseconds() {
+  timespec used{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+  return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
 }
 
 TEST_F(FilterTest, LongestExpressionsEndSoon) {
@@ -248,14 +257,17 @@ TEST_F(FilterTest, LongestExpressionsEndSoon) {
       {"/(?<=" + repeated("(a|b)", 1900) + ")/", false},
       {repeated("/" + repeated("(a|b*)+", 10) + "/ ", 100), false},
       {repeated("\\", 9999), false},
+      // Thousands of repetitions that make the same text, or none.
+      {"/" + repeated("\\X+", 3300) + "x/", true},
+      {"/" + repeated(".*", 4500) + "x/", false},
+      {"/(?:" + repeated("|", 9900) + "x)*x/", false},
+      {"/(?:(\\X*)" + repeated("a", 9900) + ")*x/", true},
   };
-  using Clock = std::chrono::steady_clock;
   for (const auto& [expression, valid] : table) {
-    const Clock::time_point begin = Clock::now();
+    const double begin = processorMilliseconds();
     EXPECT_EQ(valid, isValid(expression)) << expression.substr(0, 40) << " " << home.newLog();
-    const std::chrono::duration<double, std::milli> taken = Clock::now() - begin;
     // Twenty times what it takes: slow machines, sanitizers.
-    EXPECT_LT(taken.count(), 1000) << expression.substr(0, 40);
+    EXPECT_LT(processorMilliseconds() - begin, 400) << expression.substr(0, 40);
   }
 }
 
