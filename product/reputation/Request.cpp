@@ -63,7 +63,9 @@ void setTls(Options& options, const quorSSLOptions& tls) {
   options.set(CURLOPT_SSL_VERIFYPEER, static_cast<long>(tls.verifyPeer));
   options.set(CURLOPT_SSL_VERIFYHOST, tls.verifyHost == 1 ? 2L : 0L);
   options.set(CURLOPT_SSL_VERIFYSTATUS, static_cast<long>(tls.requireStapling));
-  if (tls.caFile[0] != '\0') options.set(CURLOPT_CAINFO, tls.caFile);
+  if (tls.caFile[0] == '\0') return;
+  options.set(CURLOPT_CAINFO, tls.caFile);
+  options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));  // no other authority
 }
 
 // Empty texts keep the environment's proxy and exceptions out.
