@@ -49,6 +49,10 @@ int start(Kind kind, int target) {
   JobLock lock(step, options);
   if (!lock.open()) return EUQ_DATABASE;
   if (!lock.take(kind)) return refuse(step, EUQ_BUSY, "a job runs", "wait for its end");
+  // A store from a backup gives the same runs again: a mark from then is not for this one.
+  if (!lock.cancel(0)) {
+    return refuse(step, EUQ_DATABASE, "data/euq/job.lock cannot be written", "check the disk");
+  }
   Store store(step, options);
   if (kind == Kind::TRANSFER && store.good() &&
       store.number("SELECT count(*) FROM area WHERE number = ?", target) == 0) {

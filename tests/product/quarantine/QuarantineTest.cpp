@@ -325,6 +325,8 @@ TEST_F(QuarantineTest, CancelTakesEffectWithinASecond) {
   fill(1, 20'000);
   fill(2, 0);
   Home::set("euq", "batch", "100");
+  const std::string backup = home.dir.path("backup.db");
+  ask("VACUUM INTO '" + backup + "'");
   EXPECT_EQ(8, cancel_transfer_euq_data());
   ASSERT_EQ(0, transfer_euq_data(2));
   waitForProgress();
@@ -341,6 +343,12 @@ TEST_F(QuarantineTest, CancelTakesEffectWithinASecond) {
   EXPECT_EQ(std::to_string(20'000 - moved) + " of " + std::to_string(20'000 - moved) +
                 " messages moved to area 2",
             transferred().text);
+  // The store of before: its first run is not the one that was cancelled.
+  for (const char* rest : {"-wal", "-shm"}) fs::remove(database + rest);
+  fs::rename(backup, database);
+  ASSERT_EQ(0, transfer_euq_data(2));
+  EXPECT_EQ(0, transferred().code);
+  EXPECT_EQ(20'000, inArea(2));
 }
 
 TEST_F(QuarantineTest, OneJobAtATimeAmongProcesses) {
