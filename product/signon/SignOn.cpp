@@ -23,8 +23,11 @@ constexpr const char* ANSWER_VERSION = "VESK1";
 
 bool isEmpty(const char* text) { return text == nullptr || *text == '\0'; }
 
-const char* hintOf(int code) {
-  switch (code) {
+constexpr Verdict MISSING{SSO_PKI_WRONG_ARGS, "an argument is missing"};
+
+const char* hintOf(const Verdict& verdict) {
+  if (verdict.reason == MISSING.reason) return "check the session first; none was accepted yet";
+  switch (verdict.code) {
     case SSO_PKI_EXPIRED:
       return "sign on again; if that is no help, compare the clocks of console and appliance";
     case SSO_PKI_WRONG_DESTINATION:
@@ -50,7 +53,7 @@ int report(const char* step, const Verdict& verdict, const char* guid, const cha
   VESK::Log::LogByLevel(level,
                         "signon: %s refused for console %.80s: %s (%d), key %s [%s]; hint: %s",
                         step, guid == nullptr ? "" : guid, verdict.reason, verdict.code, keyFile,
-                        diagnostic.c_str(), hintOf(verdict.code));
+                        diagnostic.c_str(), hintOf(verdict));
   return verdict.code;
 }
 
@@ -104,7 +107,7 @@ std::string answerTo(const Session& session) {
 
 Verdict answer(const char* guid, const char* session, const char* keyFile, char* response) {
   if (isEmpty(guid) || isEmpty(session) || isEmpty(keyFile)) {
-    return {SSO_PKI_WRONG_ARGS, "an argument is missing"};
+    return MISSING;
   }
   const Session& parts = takeApart(session);
   if (const Verdict verdict = check(parts, guid, keyFile, ANSWER_LIFETIME); verdict.code != 0) {
@@ -123,7 +126,7 @@ Verdict answer(const char* guid, const char* session, const char* keyFile, char*
 
 int En_SSO_PKI_IsSessionExpired(const char* guid, const char* session, const char* publicKeyFile,
                                 int lifetime) try {
-  Verdict verdict{SSO_PKI_WRONG_ARGS, "an argument is missing"};
+  Verdict verdict = MISSING;
   if (!isEmpty(guid) && !isEmpty(session) && !isEmpty(publicKeyFile) && lifetime > 0) {
     verdict = check(takeApart(session), guid, publicKeyFile, lifetime);
   }

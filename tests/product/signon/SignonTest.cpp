@@ -214,6 +214,7 @@ TEST_F(SignonTest, TextsThatAreNoSession) {
 TEST_F(SignonTest, ArgumentsAndOrder) {
   const std::string good = rsa.session("RS256", claims());
   EXPECT_EQ(-7, En_SSO_PKI_IsSessionExpired(nullptr, good.c_str(), rsaFile.c_str(), 300));
+  EXPECT_THAT(home.newLog(), HasSubstr("check the session first"));
   EXPECT_EQ(-7, En_SSO_PKI_IsSessionExpired(GUID, nullptr, rsaFile.c_str(), 300));
   EXPECT_EQ(-7, En_SSO_PKI_IsSessionExpired(GUID, good.c_str(), nullptr, 300));
   EXPECT_EQ(-7, check("", rsaFile));
