@@ -89,9 +89,9 @@ class scanContentFilter : public ContentFilter {
  public:
   bool init(const char* definition) override;
   // The regular expression (PCRE2 syntax, for UTF-8 and Unicode's letters) that finds what the
-  // keyword expression asks for. An expression that is wrong, null or longer than 10,000 characters
-  // gives one that no validator accepts, and the log says where and why. Time and memory grow with
-  // the length.
+  // keyword expression asks for. An expression that is wrong, null, longer than 10,000 characters
+  // or of more than 100 regular expressions gives one that no validator accepts, and the log says
+  // where and why. Time and memory grow with the length.
   std::string convertToRegEx(const char* expression);
   const char* filterName() const override;
 };
@@ -105,9 +105,9 @@ class scanContentSubjectFilter : public scanContentFilter {
 class KeywordList {
  public:
   // Whether the regular expression can be used: it compiles (at most 256 KiB, parentheses 200
-  // deep), and does not run away on short texts made from it that almost fit. The log says what is
-  // wrong, and where. The answer depends on nothing but the expression and takes at most 50 ms; a
-  // repeated group of thousands of alternatives takes up to 120 ms.
+  // deep, 100 capturing groups), and does not run away on short texts made from it that almost fit.
+  // The log says what is wrong, and where. The answer depends on nothing but the expression and
+  // takes at most 50 ms; a repeated group of thousands of alternatives takes up to 120 ms.
   bool valReg(const char* regularExpression) const;
 };
 
