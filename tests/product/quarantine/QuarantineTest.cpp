@@ -346,6 +346,7 @@ TEST_F(QuarantineTest, CancelTakesEffectWithinASecond) {
   // The store of before: its first run is not the one that was cancelled.
   for (const char* rest : {"-wal", "-shm"}) fs::remove(database + rest);
   fs::rename(backup, database);
+  Home::set("euq", "batch", "");
   ASSERT_EQ(0, transfer_euq_data(2));
   EXPECT_EQ(0, transferred().code);
   EXPECT_EQ(20'000, inArea(2));
