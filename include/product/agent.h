@@ -35,10 +35,12 @@ class AgentSOAPClient {
   static bool sendSysConfigEvnt(const char* endpoint, int event, int& answer);
   static bool sendQueueManagerAction(const char* endpoint, int action, int& answer);
 
-  // Tell every agent at once, on the calling thread, each of them once however often it is listed:
-  // a dead one delays nobody beyond its own time-out. An address is "host:port" or
+  // Tell every agent, on the calling thread, each of them once however often it is listed, and as
+  // many at once as max_connections allows: among these a dead one delays nobody, and those that
+  // wait for a place do so for its time-out at most. An address is "host:port" or
   // "http://host:port". `reply` has a line for each, in the order given, "host:port ok 12 ms" or
-  // "host:port failed: reason 5003 ms"; the log has the same lines.
+  // "host:port failed: reason 5003 ms". The log has a line for each as well: of a failure as of
+  // every call, of the others at level DETAIL only.
   //
   // The agents of "scanners". 0: all were told; -n: n of them were not; 1: none is set.
   static int PatchSetNotify(const std::string& notification, std::string& reply);

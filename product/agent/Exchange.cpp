@@ -1,5 +1,9 @@
 #include "Exchange.h"
 
+#include <sys/socket.h>
+
+#include <cerrno>
+
 #include "Request.h"
 
 namespace VESK::agent {
@@ -52,11 +56,21 @@ void Exchange::prepare(CURL* handle, const std::string& url, const Post& post) {
   curl_easy_setopt(handle, CURLOPT_HTTPHEADER, post.headers.get());
   curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
   curl_easy_setopt(handle, CURLOPT_POSTFIELDS, post.body.data());
+  curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
+  curl_easy_setopt(handle, CURLOPT_OPENSOCKETDATA, this);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Exchange::takeBody);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
   curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &Exchange::takeHeader);
   curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
   curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, words);
+}
+
+// libcurl does not tell a machine without descriptors from an agent that is not there.
+curl_socket_t Exchange::openSocket(void* object, curlsocktype, curl_sockaddr* address) {
+  const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  const bool none = opened < 0 && (errno == EMFILE || errno == ENFILE);
+  if (none) static_cast<Exchange*>(object)->outOfDescriptors = true;
+  return opened;
 }
 
 std::size_t Exchange::takeBody(char* bytes, std::size_t size, std::size_t count, void* object) {
@@ -85,7 +99,8 @@ Failure Exchange::failure(CURL* handle, CURLcode code) const {
     case CURLE_COULDNT_RESOLVE_HOST:
       return {"the name of the host is not known", hint::REACH, words};
     case CURLE_COULDNT_CONNECT:
-      return {"no connection", hint::REACH, words};
+      if (!outOfDescriptors) return {"no connection", hint::REACH, words};
+      return {"no descriptors are left for a connection", hint::DESCRIPTORS, words};
     case CURLE_PARTIAL_FILE:
     case CURLE_GOT_NOTHING:
     case CURLE_SEND_ERROR:

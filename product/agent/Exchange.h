@@ -50,6 +50,7 @@ class Exchange {
   std::string takeAnswer() { return std::move(answer); }
 
  private:
+  static curl_socket_t openSocket(void* exchange, curlsocktype, curl_sockaddr* address);
   static std::size_t takeBody(char* bytes, std::size_t size, std::size_t count, void* exchange);
   static std::size_t takeHeader(char* bytes, std::size_t size, std::size_t count, void* exchange);
 
@@ -57,6 +58,7 @@ class Exchange {
   std::size_t answerLimit = 0;
   std::size_t headerBytes = 0;
   bool tooLong = false;
+  bool outOfDescriptors = false;
   char words[CURL_ERROR_SIZE] = {};
 };
 

@@ -26,6 +26,7 @@ void logFailure(const std::string& peer, const char* operation, long long millis
 namespace hint {
 inline constexpr const char* ADDRESS = "an agent is host:port or http://host:port";
 inline constexpr const char* REACH = "check that the agent runs, its host and port, and firewalls";
+inline constexpr const char* DESCRIPTORS = "raise the console's limit of open files";
 inline constexpr const char* SLOW =
     "see what keeps the agent busy, or raise timeout in section agent";
 inline constexpr const char* DIALECT = "another service listens there, or an agent of another kind";

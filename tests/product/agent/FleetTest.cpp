@@ -112,6 +112,34 @@ TEST_F(FleetTest, ConnectionsAtATimeFollowTheSettingAndTheDescriptorsLeft) {
   EXPECT_GT(agent.mostAtOnce(), 8);
 }
 
+TEST_F(FleetTest, AHostThatTakesNoConnectionsDelaysNobody) {
+  const Socket deaf = listenOnLoopback(0);
+  std::vector<Socket> waiting;  // until the queue is full, and what else comes is dropped
+  do waiting.push_back(connectTo(portOf(deaf), milliseconds(200)));
+  while (waiting.back().open() && waiting.size() < 16);
+  ASSERT_FALSE(waiting.back().open());
+  const std::string at = "127.0.0.1:" + std::to_string(portOf(deaf));
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(-1, notify({at, agent.endpoint()}));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(2500));
+  EXPECT_THAT(reply, MatchesRegex(at + " failed: timed out while connecting [0-9]+ ms\n"
+                                       "[^\n]* ok [0-9]?[0-9]?[0-9] ms\n"));
+}
+
+TEST_F(FleetTest, WithoutDescriptorsTheAgentIsNotBlamed) {
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  std::vector<Socket> all;
+  const rlimit tight{100, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &tight);
+  do all.emplace_back(dup(0));
+  while (all.back().open());
+  const bool told = AgentSOAPClient::UnregisterNotify(agent.endpoint().c_str());
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_FALSE(told);
+  EXPECT_THAT(home.newLog(), HasSubstr("no descriptors are left"));
+}
+
 TEST_F(FleetTest, PatchNotificationGoesToTheScannersThatAreSet) {
   const std::string at = agent.endpoint();
   EXPECT_EQ(1, AgentSOAPClient::PatchSetNotify("patch", reply));
