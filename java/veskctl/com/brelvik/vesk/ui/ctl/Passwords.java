@@ -3,6 +3,8 @@ package com.brelvik.vesk.ui.ctl;
 import java.io.Console;
 import java.io.IOException;
 import java.io.InputStream;
+import java.nio.ByteBuffer;
+import java.nio.charset.CharacterCodingException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -25,7 +27,7 @@ final class Passwords {
         }
         String variable = RawProcess.variable(VARIABLE);
         if (variable != null) {
-            return variable;
+            return whole(variable, "the variable " + VARIABLE);
         }
         Console console = System.console();
         char[] typed = console == null ? null : console.readPassword("%s: ", prompt);
@@ -33,7 +35,15 @@ final class Passwords {
             throw new Refusal(Status.REFUSED, "no password given, and no terminal to ask for one",
                     "use --password-file FILE or the variable " + VARIABLE);
         }
-        return new String(typed);
+        return whole(new String(typed), "what was typed");
+    }
+
+    // The VM puts U+FFFD in place of what it cannot decode; nobody has that in a password.
+    private static String whole(String password, String from) {
+        if (password.indexOf('\uFFFD') >= 0) {
+            throw new Refusal(Status.REFUSED, from + " is not UTF-8", "write the password in UTF-8");
+        }
+        return password;
     }
 
     /**
@@ -57,7 +67,13 @@ final class Passwords {
 
     private static String firstLine(Path file) {
         try {
-            return new String(Files.readAllBytes(file), StandardCharsets.UTF_8).split("\r?\n", 2)[0];
+            String bytes = new String(Files.readAllBytes(file), StandardCharsets.ISO_8859_1).split("\r?\n", 2)[0];
+            // Unlike String's, this decoder refuses what it cannot decode.
+            return StandardCharsets.UTF_8.newDecoder()
+                    .decode(ByteBuffer.wrap(bytes.getBytes(StandardCharsets.ISO_8859_1))).toString();
+        } catch (CharacterCodingException e) {
+            throw new Refusal(Status.REFUSED, "password file " + file + " is not UTF-8",
+                    "write the password in UTF-8");
         } catch (IOException e) {
             boolean isThere = Files.exists(file) && !Files.isDirectory(file);
             throw new Refusal(Status.REFUSED, "password file " + file + " cannot be read",
