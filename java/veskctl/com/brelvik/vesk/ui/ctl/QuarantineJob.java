@@ -10,6 +10,7 @@ import java.util.regex.Pattern;
 final class QuarantineJob extends PeerCommand {
     private static final Pattern PROGRESS = Pattern.compile("(\\w+) (\\d+) (\\d+)\\s");
     private static final int POLL_MILLIS = 200;
+    private static final int LINE_SECONDS = 10;
 
     private final boolean moves;
 
@@ -52,11 +53,15 @@ final class QuarantineJob extends PeerCommand {
     private void await(PeerMethod runs) {
         long start = System.nanoTime();
         boolean shows = Terminal.isThere();
+        long nextLine = LINE_SECONDS;
         while (Boolean.TRUE.equals(Bridge.call(runs, new Object[0]))) {
+            long seconds = (System.nanoTime() - start) / 1_000_000_000;
+            String state = (moves ? "moved " : "removed ") + progress(moves) + ", " + seconds + " s";
             if (shows) {
-                long seconds = (System.nanoTime() - start) / 1_000_000_000;
-                Output.err().print("\r\033[K" + (moves ? "moved " : "removed ") + progress(moves) + ", " + seconds
-                        + " s");
+                Output.err().print("\r\033[K" + state);
+            } else if (seconds >= nextLine) {
+                nextLine += LINE_SECONDS;
+                Output.talk(state);
             }
             try {
                 Thread.sleep(POLL_MILLIS);
