@@ -1,6 +1,7 @@
 package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.ResultCode;
+import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import com.brelvik.vesk.ui.modelobjects.jni.OwnCode;
 import java.util.ArrayList;
 import java.util.Arrays;
@@ -26,7 +27,13 @@ final class CodeCommand implements Callable<Integer> {
     private boolean help;
 
     /** A code, and the method or, for several of its methods, the class whose own it is; empty for the shared ones. */
-    private record Entry(String method, Meaning meaning) {
+    private record Entry(String method, String code, Meaning meaning) {
+        private static final String COUNT = "-n";
+
+        private Entry(String method, Meaning meaning) {
+            this(method, Integer.toString(meaning.code()), meaning);
+        }
+
         static List<Entry> all() {
             List<Entry> entries = new ArrayList<>();
             for (ResultCode code : ResultCode.values()) {
@@ -41,6 +48,9 @@ final class CodeCommand implements Callable<Integer> {
                 }
                 method.ownCodes().stream().filter(own -> !shared.contains(own))
                         .forEach(own -> entries.add(new Entry(method.name(), Meaning.of(own))));
+                if (method.form() == ConsoleCommand.Form.UNTOLD) {
+                    entries.add(new Entry(method.name(), COUNT, Meaning.untold()));
+                }
             }
             return entries;
         }
@@ -49,8 +59,12 @@ final class CodeCommand implements Callable<Integer> {
             return method.isEmpty();
         }
 
+        boolean has(int number) {
+            return code.equals(COUNT) ? number < 0 : meaning.code() == number;
+        }
+
         void explain() {
-            Output.data(meaning.code() + " " + meaning.name() + (isShared() ? "" : " (" + method + ")"));
+            Output.data(code + " " + meaning.name() + (isShared() ? "" : " (" + method + ")"));
             line("meaning: ", meaning.text());
             line("likely:  ", meaning.causes());
             line("do:      ", meaning.cures());
@@ -69,9 +83,10 @@ final class CodeCommand implements Callable<Integer> {
         if (markdown) {
             tables(entries);
         } else if (number == null) {
-            entries.forEach(entry -> Output.data((entry.isShared() ? "" : entry.method() + ": ") + entry.meaning()));
+            entries.forEach(entry -> Output.data((entry.isShared() ? "" : entry.method() + ": ") + entry.code() + " "
+                    + entry.meaning().name() + ", " + entry.meaning().text()));
         } else {
-            explain(entries.stream().filter(entry -> entry.meaning().code() == number).toList());
+            explain(entries.stream().filter(entry -> entry.has(number)).toList());
         }
         return Status.DONE.number();
     }
@@ -96,7 +111,7 @@ final class CodeCommand implements Callable<Integer> {
         for (Entry entry : entries) {
             Meaning own = entry.meaning();
             if (!entry.isShared()) {
-                row("`" + entry.method() + "`", own.code(), "`" + own.name() + "`", own.text(), own.cures());
+                row("`" + entry.method() + "`", entry.code(), "`" + own.name() + "`", own.text(), own.cures());
             }
         }
     }

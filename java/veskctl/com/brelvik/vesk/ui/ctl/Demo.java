@@ -176,7 +176,7 @@ final class Demo implements Callable<Integer> {
             return PeerMethod.isList(parameter) ? "list" : "null";
         }
         String text = arguments.get(arg.name());
-        text = text != null && text.length() > LONGEST ? text.substring(0, LONGEST) + "..." : text;
+        text = text == null ? null : Output.cut(text, LONGEST);
         boolean hidden = arg.from() == Arg.Source.SECRET && text != null && !text.isEmpty();
         return hidden ? "***" : text == null || parameter.getType().isPrimitive() ? text : '"' + text + '"';
     }

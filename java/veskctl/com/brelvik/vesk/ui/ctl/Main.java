@@ -67,7 +67,8 @@ public final class Main {
 
     private static int refused(Exception e, CommandLine line, ParseResult parsed) {
         CommandSpec spec = line.getCommandSpec();
-        String asked = PeerArguments.asked(spec);
+        String asked = spec.userObject() instanceof PeerCommand command ? command.asked()
+                : PeerArguments.asked(spec);
         OptionSpec option = spec.findOption("--json");
         boolean json = option != null && Boolean.TRUE.equals(option.getValue());
         if (!(e instanceof Refusal refusal)) {

@@ -15,15 +15,23 @@ record Meaning(int code, String name, ResultCode.Kind kind, String text, String 
     static Meaning of(PeerMethod method, int code) {
         Meaning own = own(method, code);
         if (code < 0 && method != null && method.form() == Form.UNTOLD) {
-            return new Meaning(code, "NOT_ALL_TOLD", ResultCode.Kind.FAILED,
-                    -code + (code == -1 ? " agent was not told" : " agents were not told"), "",
-                    "read the log: it names each agent and the reason; try 'agent test' with one of them");
+            return untold(code, -code + (code == -1 ? " agent was" : " agents were"));
         }
         ResultCode shared = ResultCode.of(code);
         if (own != null || isStatus(method, code)) {
             return own != null ? own : ofStatus(method, code);
         }
         return shared == null ? null : of(shared);
+    }
+
+    /** Of all codes that count agents below zero. */
+    static Meaning untold() {
+        return untold(-1, "n agents were");
+    }
+
+    private static Meaning untold(int code, String agents) {
+        return new Meaning(code, "NOT_ALL_TOLD", ResultCode.Kind.FAILED, agents + " not told", "",
+                "read the log: it names each agent and the reason; try 'agent test' with one of them");
     }
 
     /** The exit code of the command that the method ran, or null when the code tells none. */

@@ -65,6 +65,12 @@ final class Output {
         return safe.toString();
     }
 
+    /** The text, or as many characters of it and dots. */
+    static String cut(String text, int most) {
+        return text.codePointCount(0, text.length()) <= most ? text
+                : text.substring(0, text.offsetByCodePoints(0, most)) + "...";
+    }
+
     private static boolean isDirection(int c) {
         return c >= 0x202A && c <= 0x202E || c >= 0x2066 && c <= 0x2069;
     }

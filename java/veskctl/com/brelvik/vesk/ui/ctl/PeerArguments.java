@@ -17,6 +17,8 @@ import picocli.CommandLine.Model.PositionalParamSpec;
 
 /** The arguments of a native method on a command's line. */
 final class PeerArguments {
+    private static final int LONGEST = 200;
+
     private final PeerMethod method;
     private final CommandSpec spec;
     private int positions;
@@ -47,6 +49,9 @@ final class PeerArguments {
                 secret = parameter;  // last, so that nobody types a password for a call that is refused
             } else if (arg != null && arg.from() != Arg.Source.IMPLIED) {
                 Object given = spec(arg).getValue();
+                if (given instanceof List<?> list && list.contains("")) {
+                    Shapes.check(arg, "");  // joined, a single one would be no element at all
+                }
                 String text = given instanceof List<?> list ? String.join(",", list.toArray(String[]::new))
                         : given.toString();
                 texts.put(arg.name(), text);
@@ -61,18 +66,27 @@ final class PeerArguments {
         return texts;
     }
 
-    /** The command with its arguments; passwords are not among them. */
+    /** The command with its arguments, long ones cut; passwords are not among them. */
     static String asked(CommandSpec spec) {
-        return spec.qualifiedName() + spec.args().stream()
-                .flatMap(arg -> arg.getValue() instanceof List<?> list ? list.stream().map(text -> " " + text)
-                        : arg.getValue() instanceof String text ? Stream.of(asked(arg, text)) : Stream.of())
+        return spec.qualifiedName() + spec.args().stream().flatMap(PeerArguments::asked).map(text -> " " + text)
                 .collect(Collectors.joining());
     }
 
-    private static String asked(ArgSpec arg, String text) {
-        return text.isEmpty() && "".equals(arg.defaultValue()) ? ""
-                : " " + (arg instanceof OptionSpec option ? option.longestName() + "=" : "")
-                        + (text.isEmpty() ? "''" : text);
+    private static Stream<String> asked(ArgSpec arg) {
+        Object given = arg.getValue();
+        String name = arg instanceof OptionSpec option ? option.longestName() : "";
+        if (given instanceof List<?> list) {
+            return list.stream().map(text -> word(text.toString()));
+        }
+        if (given instanceof Boolean isOn) {
+            return isOn ? Stream.of(name) : Stream.of();
+        }
+        boolean isLeftOut = given == null || "".equals(given) && "".equals(arg.defaultValue());
+        return isLeftOut ? Stream.of() : Stream.of((name.isEmpty() ? "" : name + "=") + word(given.toString()));
+    }
+
+    private static String word(String text) {
+        return text.isEmpty() ? "''" : Output.cut(text, LONGEST);
     }
 
     private String input(Arg arg) {
@@ -99,8 +113,9 @@ final class PeerArguments {
         switch (arg.from()) {
             case OPTION -> spec.addOption(option(parameter, arg));
             case POSITION -> spec.addPositional(parameter.getType() == ArrayList.class
-                    ? PositionalParamSpec.builder().index(positions++ + "..*").arity("1..*").type(List.class)
-                            .auxiliaryTypes(String.class).paramLabel(arg.name()).description(arg.help()).build()
+                    ? PositionalParamSpec.builder().index(positions++ + "..*").arity("1..*").required(true)
+                            .type(List.class).auxiliaryTypes(String.class).paramLabel(arg.name())
+                            .description(arg.help()).build()
                     : PositionalParamSpec.builder().index(Integer.toString(positions++)).arity("1").required(true)
                             .type(String.class).paramLabel(arg.name()).description(arg.help()).build());
             case INPUT -> spec.addOption(OptionSpec.builder("--" + arg.name() + "-file").type(String.class)

@@ -25,10 +25,29 @@ class PeerCommand implements Callable<Integer> {
                 .collect(Collectors.groupingBy(method -> method.command().group(), TreeMap::new, Collectors.toList()));
         groups.forEach((name, methods) -> {
             CommandSpec group = CommandSpec.create().name(name).addOption(helpOption());
-            group.usageMessage().header("The methods of the group " + name + " as commands.");
+            group.usageMessage().header(purpose(name));
             methods.forEach(method -> group.addSubcommand(method.command().name(), of(method).spec));
             root.addSubcommand(name, group);
         });
+    }
+
+    private static String purpose(String group) {
+        return switch (group) {
+            case "agent" -> "Test scanner agents, command them, and tell many of them something at once.";
+            case "directory" -> "Look up accounts and groups in a directory, and see why that fails.";
+            case "euq" -> "The end-user quarantine: switches, areas, jobs.";
+            case "host" -> "IPv6 forms, processes, settings, export and import of the configuration.";
+            case "kerberos" -> "Look into a Kerberos keytab.";
+            case "mta-log" -> "Read the mail log of a scanner.";
+            case "policy" -> "Check keyword expressions, and ask for an update of the policy.";
+            case "postfix" -> "Parameters of Postfix, look-up tables, client restrictions, PEM files.";
+            case "quarantine" -> "Show and export messages in an agent's quarantine, and flush its queues.";
+            case "reputation" -> "Ask the reputation server for its status.";
+            case "signon" -> "Check and answer sessions of the central console.";
+            case "update" -> "Update components, take them back, and encrypt texts for the settings.";
+            case "wizard" -> "The steps of the set-up wizard: host name, network, clock, registration.";
+            default -> "The methods of the group " + group + " as commands.";
+        };
     }
 
     private static PeerCommand of(PeerMethod method) {
@@ -62,6 +81,7 @@ class PeerCommand implements Callable<Integer> {
 
     @Override
     public final Integer call() {
+        checkOptions();
         Map<String, String> texts = arguments.texts();
         boolean json = spec.findOption("--json").getValue();
         if (method.runsOnlyCommands() && spec.findOption(DRY_RUN).<Boolean>getValue()) {
@@ -71,12 +91,16 @@ class PeerCommand implements Callable<Integer> {
         return run(texts, json).number();
     }
 
+    /** Refuses options that do not belong together, before a password is asked for. */
+    void checkOptions() {}
+
     /** Does what was asked, with what was given by name. */
     Status run(Map<String, String> texts, boolean json) {
         return Answer.of(method, Values.of(method, texts)).print(asked(), json);
     }
 
-    final String asked() {
+    /** The command with its arguments, passwords not among them. */
+    String asked() {
         return PeerArguments.asked(spec);
     }
 
@@ -95,13 +119,17 @@ class PeerCommand implements Callable<Integer> {
 
     private String[] footer() {
         IntStream own = method.ownCodes().stream().mapToInt(OwnCode::code);
-        List<String> lines = new ArrayList<>(List.of("%nCodes of " + method.name() + ":"));
+        List<String> lines = new ArrayList<>();
         IntStream.concat(own, IntStream.of(method.command().codes())).sorted().distinct()
                 .forEach(code -> lines.add("  " + Meaning.describe(method, code)));
         switch (method.form()) {
             case WAIT_STATUS -> lines.add("  others: the command's wait status, which is told in words");
             case EXIT_CODE -> lines.add("  others: the command's exit code");
+            case UNTOLD -> lines.add("  -n " + Meaning.untold().name() + ", " + Meaning.untold().text());
             default -> { }
+        }
+        if (!lines.isEmpty()) {
+            lines.add(0, "%nCodes of " + method.name() + ":");
         }
         return lines.toArray(String[]::new);
     }

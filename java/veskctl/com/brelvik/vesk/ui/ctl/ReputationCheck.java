@@ -9,11 +9,31 @@ final class ReputationCheck extends PeerCommand {
     }
 
     @Override
-    Status run(Map<String, String> texts, boolean json) {
-        if (texts.get("proxy").isEmpty() && !texts.get("proxy-user").isEmpty()) {
-            throw new Refusal(Status.USAGE, "--proxy-user without --proxy", "name the proxy");
+    void checkOptions() {
+        boolean user = !this.<String>option("--proxy-user").isEmpty();
+        if (!hasProxy() && (user || hasPort())) {
+            throw new Refusal(Status.USAGE, (user ? "--proxy-user" : "--proxy-port") + " needs --proxy",
+                    "name the proxy");
         }
+    }
+
+    @Override
+    String asked() {
+        String all = super.asked();
+        return hasProxy() || hasPort() ? all : all.replace(" --proxy-port=" + option("--proxy-port"), "");
+    }
+
+    @Override
+    Status run(Map<String, String> texts, boolean json) {
         texts.put("use-proxy", texts.get("proxy").isEmpty() ? "0" : "1");
         return super.run(texts, json);
+    }
+
+    private boolean hasProxy() {
+        return !this.<String>option("--proxy").isEmpty();
+    }
+
+    private boolean hasPort() {
+        return spec.commandLine().getParseResult().hasMatchedOption("--proxy-port");
     }
 }

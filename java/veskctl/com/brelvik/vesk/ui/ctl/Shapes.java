@@ -34,7 +34,7 @@ final class Shapes {
     static void check(Arg arg, String text) {
         Rule rule = rule(arg.shape());
         if (!rule.fits.test(text) && !(text.isEmpty() && arg.orEmpty())) {
-            throw new Refusal(Status.REFUSED, arg.name() + ": '" + text + "' is not what it should be",
+            throw new Refusal(Status.REFUSED, arg.name() + ": '" + Output.cut(text, 200) + "' is not what it should be",
                     "give " + rule.allowed + (arg.orEmpty() ? ", or an empty text to take the setting away" : ""));
         }
     }

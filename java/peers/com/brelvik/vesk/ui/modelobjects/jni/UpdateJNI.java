@@ -69,7 +69,7 @@ public final class UpdateJNI {
      */
     @ConsoleCommand(group = "update", name = "run", help = "Update components.", codes = {0, 600})
     public native int manualUpdate(
-            @Arg(name = "source", help = "Who asks, for the event log", fallback = "0") int source,
+            @Arg(name = "source", help = "Who asks, a whole number for the event log", fallback = "0") int source,
             @Arg(name = "COMPONENTS", help = "A 1 for each that is wanted, else a 0", from = Arg.Source.IMPLIED)
             String selection,
             ArrayList<String> versions);
@@ -110,7 +110,7 @@ public final class UpdateJNI {
     @ConsoleCommand(group = "update", name = "rollback", help = "Take components back to the version before.",
             codes = 0)
     public native int rollback(
-            @Arg(name = "source", help = "Who asks, for the event log", fallback = "0") int source,
+            @Arg(name = "source", help = "Who asks, a whole number for the event log", fallback = "0") int source,
             @Arg(name = "COMPONENTS", help = "A 1 for each that is wanted, else a 0", from = Arg.Source.IMPLIED)
             String selection,
             ArrayList<String> results);
