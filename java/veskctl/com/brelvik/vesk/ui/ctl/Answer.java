@@ -1,5 +1,6 @@
 package com.brelvik.vesk.ui.ctl;
 
+import com.brelvik.vesk.ui.modelobjects.ResultCode;
 import com.brelvik.vesk.ui.modelobjects.jni.ConsoleCommand;
 import java.lang.reflect.Array;
 import java.util.ArrayList;
@@ -102,6 +103,11 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
 
     /** Says what the code means, and prints an answer that is none. */
     void tell(String asked) {
+        tell(asked, null);
+    }
+
+    /** @param cure what to do next, where that is known better than the log tells it; else null */
+    void tell(String asked, String cure) {
         if (code() == null && status() == Status.NO) {
             Output.talk("no" + note());
             Output.log(failures);
@@ -111,11 +117,15 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         } else if (status() == Status.DONE) {
             Output.talk(Meaning.describe(method, code()) + error() + note());
             Output.log(failures);
+            if (cure != null) {
+                Output.talk("next:     " + cure);
+            }
         } else {
             Meaning known = Meaning.of(method, code());
-            String denied = isDenied() ? ", but " + denial() : "";
-            Output.error(asked, Meaning.describe(method, code()) + error() + denied, failures,
-                    next(known) + " [log: " + InstallRoot.open().log() + "]");
+            String more = isDenied() ? ", but " + denial()
+                    : isUnlogged() ? ": " + method.command().unlogged() + ", as the log has no reason" : "";
+            Output.error(asked, Meaning.describe(method, code()) + error() + more, failures,
+                    cure != null ? cure : next(known) + " [log: " + InstallRoot.open().log() + "]");
         }
     }
 
@@ -125,7 +135,18 @@ record Answer(PeerMethod method, Object value, List<List<?>> lists, List<String>
         return error == 0 ? "" : (error < 100 ? " (network library error " : " (HTTP status ") + error + ")";
     }
 
+    private boolean isUnlogged() {
+        return method.command() != null && !method.command().unlogged().isEmpty() && failures.isEmpty()
+                && code() == ResultCode.AGENT_FAILED.code() && !InstallRoot.open().logLevel().equals("NOLOG");
+    }
+
     private String next(Meaning known) {
+        if (isUnlogged()) {
+            return "look at the agent, or at what else listens there";
+        }
+        if (isDenied() && failures.stream().anyMatch(line -> line.contains("; hint: "))) {
+            return "do what the log says";
+        }
         String cure = isDenied() ? method.command().cure() : known == null ? "" : known.cures();
         boolean isSilent = failures.isEmpty() && (cure.isEmpty() || denial() != null && denial().contains("NOLOG"));
         if (isSilent) {

@@ -1,6 +1,9 @@
 package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.UpdateComponent;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.EnumSet;
@@ -14,6 +17,8 @@ import picocli.CommandLine.Model.PositionalParamSpec;
 /** Updates chosen components or takes them back, and tells what became of each. */
 final class ComponentChange extends PeerCommand {
     private static final List<String> WORDS = Arrays.stream(UpdateComponent.values()).map(Values::word).toList();
+
+    private static final String NOTHING_BEFORE = "nothing to do: only an update leaves a version to go back to";
 
     private final boolean isUpdate;
 
@@ -35,6 +40,9 @@ final class ComponentChange extends PeerCommand {
             Answer all = ComponentVersions.ask(isUpdate ? method.sibling("getAvailVersion") : versions);
             chosen = installed(ComponentVersions.byName(all));
             if (chosen.isEmpty()) {
+                if (!isUpdate && all.status() == Status.DONE) {
+                    throw new Refusal(Status.NO, "no component is installed", NOTHING_BEFORE);
+                }
                 return all.print(asked(), json);
             }
         }
@@ -45,15 +53,51 @@ final class ComponentChange extends PeerCommand {
         for (UpdateComponent component : chosen) {
             rows.add(row(Values.word(component), before, after, answer, rows.size()));
         }
+        String cure = isUpdate ? tellLeft(rows) : cure(rows);
         if (json) {
             Map<String, Object> map = answer.toMap();
             map.put("list", rows);
             Output.out().println(Json.of(map));
         } else {
             rows.forEach(ComponentChange::print);
-            answer.tell(asked());
+            answer.tell(asked(), cure);
         }
         return answer.status();
+    }
+
+    // An update does not come back to what a rollback left.
+    private String tellLeft(List<Map<String, Object>> rows) {
+        Map<String, Path> files = new LinkedHashMap<>();
+        for (Map<String, Object> row : rows) {
+            Path file = InstallRoot.open().path().resolve("data/update/" + row.get("component") + "/left");
+            if (row.get("outcome").equals("up to date") && Files.exists(file)) {
+                files.put(String.valueOf(row.get("component")), file);
+            }
+        }
+        if (files.isEmpty()) {
+            return null;
+        }
+        Map<String, String> offers = ComponentVersions.byName(ComponentVersions.ask(method.sibling("getAvailVersion")));
+        files.entrySet().removeIf(left -> !version(left.getValue()).equals(offers.get(left.getKey())));
+        rows.stream().filter(row -> files.containsKey(row.get("component")))
+                .forEach(row -> row.put("outcome", "left by a rollback"));
+        return files.isEmpty() ? null : files.entrySet().stream()
+                .map(left -> "to get " + offers.get(left.getKey()) + " again remove " + left.getValue())
+                .collect(Collectors.joining("; "));
+    }
+
+    private static String version(Path file) {
+        try {
+            return Files.readString(file).strip();
+        } catch (IOException e) {
+            return "";
+        }
+    }
+
+    // The log has no line of a component that has no version to go back to.
+    private static String cure(List<Map<String, Object>> rows) {
+        return rows.stream().allMatch(row -> row.get("outcome").equals("no version before"))
+                ? NOTHING_BEFORE : null;
     }
 
     private Map<String, Object> row(String name, Map<String, String> before, Map<String, String> after, Answer answer,

@@ -30,6 +30,8 @@ final class Fleet extends PeerCommand {
         }
         List<Map<String, Object>> outcomes = outcomes(agents, answer.failures(), untold);
         if (json) {
+            outcomes.forEach(outcome -> outcome.computeIfPresent("why",
+                    (key, why) -> why.toString().replaceFirst("^\\d+ ms: ", "")));
             Map<String, Object> map = answer.toMap();
             map.put("agents", outcomes);
             Output.out().println(Json.of(map));

@@ -16,7 +16,7 @@ import java.util.stream.Stream;
 
 /**
  * What this process logs as failures from now on: the library's answer to the question why. Some failures are lines
- * without a level, which the method that writes them explains by a pattern.
+ * without a level, which the method that writes them explains by a pattern; so it does with lines that tell nothing.
  */
 final class LogTail {
     private static final Pattern LINE =
@@ -24,12 +24,14 @@ final class LogTail {
     private static final int MOST = 1 << 20;
 
     private final Pattern denial;
+    private final Pattern routine;
     private final Path file;
     private final long end;
     private final Object identity;
 
     LogTail(InstallRoot root, ConsoleCommand command) {
-        denial = Pattern.compile(command == null || command.denial().isEmpty() ? "(?!)" : command.denial());
+        denial = pattern(command == null ? "" : command.denial());
+        routine = pattern(command == null ? "" : command.routine());
         file = path(root.log());
         BasicFileAttributes now = attributes(file);
         end = now == null ? 0 : now.size();
@@ -57,10 +59,15 @@ final class LogTail {
             byte[] bytes = Channels.newInputStream(channel.position(position)).readNBytes(MOST);
             return new String(bytes, StandardCharsets.UTF_8).lines().map(LINE::matcher).filter(Matcher::matches)
                     .filter(line -> line.group(1).equals("1") || denial.matcher(line.group(2)).find())
-                    .map(line -> line.group(2));
+                    .map(line -> line.group(2)).filter(routine.asPredicate().negate());
         } catch (IOException e) {
             return Stream.of();
         }
+    }
+
+    // An empty one is in no line.
+    private static Pattern pattern(String text) {
+        return Pattern.compile(text.isEmpty() ? "(?!)" : text);
     }
 
     private static BasicFileAttributes attributes(Path file) {

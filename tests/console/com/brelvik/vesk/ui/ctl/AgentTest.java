@@ -68,7 +68,10 @@ class AgentTest {
         run = ctl.run("agent", "notify", "LocalHost:1,[::1]:1,localhost:01,[0::1]:1," + address());
         assertEquals(List.of("LocalHost:1  not", "[::1]:1  not", address() + "  told"),
                 run.lines().stream().map(line -> line.replaceFirst("  not told .*", "  not")).toList(), run.err());
+        assertEquals(2, ctl.run("agent", "notify").status());
+        assertEquals(3, ctl.run("agent", "notify", "").status());
         run = ctl.run("agent", "patch", "patch 4711", "--json");
+        assertTrue(run.out().contains("\"told\":false,\"why\":\"no connection "), run.out());
         assertTrue(run.out().contains("\"code\":-1,\"name\":\"NOT_ALL_TOLD\",\"meaning\":\"1 agent was not told\"")
                 && run.out().contains("{\"agent\":\"" + address() + "\",\"told\":true,\"why\":null}"), run.out());
         Files.writeString(root.resolve("config/vesk.ini"), "[log_level]\nui=NOLOG");
@@ -86,6 +89,21 @@ class AgentTest {
                 + ctl.run("agent", "unregister").err());
         run = ctl.run("agent", "test", "--port", "1");
         assertTrue(run.status() == 4 && run.out().equals("http://127.0.0.1:1\n"), run.out() + run.err());
+    }
+
+    @Test
+    void anAgentThatAnswersWronglyIsToldFromOneThatDoesNot() throws Exception {
+        try (Server wrong = new Server(Path.of("/dev/null"), Ctl.BUILD + "/bin/vesk-agent", "--listen",
+                "127.0.0.1:PORT", "--misbehave", "*=wrong-sum,*=wrong-echo")) {
+            ctl.with("VESK_AGENT_PORT", Integer.toString(wrong.port));
+            Ctl.Run run = ctl.run("agent", "test");
+            assertTrue(run.status() == 4 && run.err().contains(" answer: it answered, but with a wrong sum, as the "
+                    + "log has no reason\nnext:     look at the agent"), run.err());
+            assertTrue(ctl.run("agent", "service", "3").err().contains("it answered, but with another code "));
+        }
+        Ctl.Run run = ctl.run("agent", "test");
+        assertTrue(run.err().contains("\nlog:      agent: test failed ") && !run.err().contains("it answered")
+                && !run.err().contains("try 'agent test'"), run.err());
     }
 
     @Test

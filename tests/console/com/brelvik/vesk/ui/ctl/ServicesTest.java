@@ -8,6 +8,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
+import java.nio.file.attribute.PosixFilePermissions;
 import java.util.ArrayList;
 import java.util.List;
 import org.junit.jupiter.api.AfterEach;
@@ -81,7 +82,20 @@ class ServicesTest {
         run = ctl.run("update", "rollback", "--all", "--json");
         assertTrue(run.out().contains("\"before\":\"1.1\",\"version\":\"1.0\",\"outcome\":\"taken back\"}"), run.out());
         assertTrue(run.out().contains("\"version\":\"7.1\",\"outcome\":\"no version before\"}]"), run.out());
-        assertEquals(1, ctl.run("update", "run", "--all").status());
+        run = ctl.run("update", "rollback", "--all", "spam-pattern");
+        assertTrue(run.err().startsWith("asked:    veskctl update rollback --source=0 spam-pattern --all\n"),
+                run.err());
+        run = ctl.run("update", "rollback", "spam-pattern");
+        assertTrue(run.err().contains("\nnext:     nothing to do: only an update leaves "), run.err());
+        run = ctl.run("update", "run", "--all");
+        assertEquals(List.of("spam-pattern left by a rollback 1.0", "virus-engine up to date 7.1"),
+                run.lines().stream().map(line -> line.replaceAll(" +", " ")).toList());
+        Path left = root.resolve("data/update/spam-pattern/left");
+        assertTrue(run.status() == 1 && run.err().endsWith("\nnext:     to get 1.1 again remove " + left + "\n"),
+                run.err());
+        Files.delete(left);
+        run = ctl.run("update", "run", "--all");
+        assertTrue(run.status() == 0 && run.out().contains("1.0 -> 1.1"), run.out() + run.err());
         assertEquals(2, ctl.run("update", "run", "spam_pattern").status());
         assertEquals(2, ctl.run("update", "run").status());
         Files.delete(root.resolve("config/update-key.pem"));
@@ -97,7 +111,16 @@ class ServicesTest {
         Files.writeString(text, secret.replaceFirst(".$", ""));
         Ctl.Run run = ctl.run("update", "decrypt", "--password-file", text.toString());
         assertTrue(run.status() == 4 && run.err().contains("nothing came of it: "), run.err());
+        Path key = root.resolve("config/cipher.key");
+        Files.setPosixFilePermissions(key, PosixFilePermissions.fromString("rw-r--r--"));
+        run = ctl.run("update", "encrypt", "--password-file", text.toString());
+        assertTrue(run.err().contains("set its mode to 0600\nnext:     do what the log says "), run.err());
+        Files.write(text, new byte[] {'g', (byte) 0xe4, '\n'});
+        run = ctl.run("update", "encrypt", "--password-file", text.toString());
+        assertTrue(run.status() == 3 && run.err().contains(text + " is not UTF-8"), run.err());
         assertEquals(3, ctl.run("call", "UpdateJNI.getEncryptStr", "secret").status());
+        run = ctl.run("policy", "keyword", "b".repeat(400) + " (");
+        assertTrue(run.err().startsWith("asked:    veskctl policy keyword " + "b".repeat(200) + "...\n"), run.err());
         run = ctl.run("policy", "keyword", "a AND (b");
         assertTrue(run.status() == 1 && run.err().contains("\nlog:      keyword: at character 7: "), run.err());
     }
@@ -137,7 +160,7 @@ class ServicesTest {
                     "--port", "PORT", "--user", "ann")) {
             String url = "http://127.0.0.1:" + service.port;
             Ctl.Run run = ctl.run("reputation", "check", url);
-            assertTrue(run.status() == 0 && run.err().startsWith("0 ANSWERED, "), run.err());
+            assertEquals("0 0 ANSWERED, the server answered\n", run.status() + " " + run.err());
             String[] through = {"reputation", "check", url, "--proxy", "127.0.0.1", "--proxy-port",
                 Integer.toString(proxy.port), "--proxy-user", "ann", "--password-file", password.toString()};
             assertEquals(0, ctl.run(through).status());
@@ -150,7 +173,15 @@ class ServicesTest {
         }
         Ctl.Run run = ctl.run("reputation", "check", "127.0.0.1:1", "--json");
         assertTrue(run.status() == 4 && run.out().contains("\"code\":3,\"name\":\"CONNECT_REFUSED\","), run.out());
-        assertTrue(run.out().contains("\"error\":7"), run.out());
+        assertTrue(run.out().contains("\"error\":7,\"log\":[\"reputation: connect failed ")
+                && !run.out().contains("[quor"), run.out());
+        run = ctl.run("reputation", "check", "a@b");
+        assertTrue(run.err().startsWith("asked:    veskctl reputation check a@b\n"), run.err());
+        for (String option : List.of("--proxy-port=9", "--proxy-user=ann")) {
+            run = ctl.run("reputation", "check", "127.0.0.1:1", option);
+            assertTrue(run.status() == 2 && run.err().contains(option.replaceFirst("=.*", " needs --proxy\n")),
+                    run.err());
+        }
     }
 
     @Test

@@ -58,6 +58,12 @@ public @interface ConsoleCommand {
     /** A pattern in a line that the method logs when it answers success but has failed; empty where it does not. */
     String denial() default "";
 
+    /** A pattern in a line that it logs as a failure whatever comes of the call, and which tells nothing more. */
+    String routine() default "";
+
+    /** What the failure is that leaves no line in the log; empty where each leaves one. */
+    String unlogged() default "";
+
     /** What to do when a success was none; empty where the log says it. */
     String cure() default "";
 

@@ -22,7 +22,7 @@ public final class QUORJNI {
      *     no memory. The second: the HTTP status or the network library's error number, 0 where there is none
      */
     @ConsoleCommand(group = "reputation", name = "check", help = "Does the reputation server answer?", codes = {},
-            form = ConsoleCommand.Form.WITH_ERROR,
+            form = ConsoleCommand.Form.WITH_ERROR, routine = "^\\[quor Handler\\] quor server rc=\\(",
             own = {@OwnCode(code = 0, name = "ANSWERED", kind = ResultCode.Kind.DONE, meaning = "the server answered"),
                     @OwnCode(code = 1, name = "BAD_CONFIG", kind = ResultCode.Kind.REFUSED,
                             meaning = "an address, port or text that cannot be used",

@@ -31,7 +31,11 @@ public final class SystemMonitorJNI {
      * @param endpoints receives the address that was asked, whatever came of it
      * @return 0 it does, 300 it was not reached or gave a wrong answer, 500 null argument
      */
-    @ConsoleCommand(group = "agent", name = "test", help = "Test the connection to an agent.", codes = {0, 300, 500})
+    @ConsoleCommand(group = "agent", name = "test", help = "Test the connection to an agent.", codes = {0, 500},
+            unlogged = "it answered, but with a wrong sum",
+            own = @OwnCode(code = 300, name = "AGENT_FAILED", kind = ResultCode.Kind.FAILED,
+                    meaning = "the agent was not reached or gave a wrong answer",
+                    cures = "read the log: its last line names the reason"))
     public native int testConnection(@Agent.Host String host, @Agent.Port int port, ArrayList<String> endpoints);
 
     /**
@@ -56,7 +60,7 @@ public final class SystemMonitorJNI {
      * @return 0 the agent echoed the code, 300 it was not reached or echoed another, 500 null argument
      */
     @ConsoleCommand(group = "agent", name = "service", help = "Send a service command to an agent.",
-            codes = {0, 300, 500})
+            codes = {0, 300, 500}, unlogged = "it answered, but with another code than it was sent")
     public native int sendServiceCmd(@Agent.Host String host, @Agent.Port int port,
             @Arg(name = "CODE", help = "Code of the command", from = Arg.Source.POSITION) int command);
 
