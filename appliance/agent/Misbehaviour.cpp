@@ -49,6 +49,9 @@ Misbehaviour::Rule Misbehaviour::parseRule(const std::string& rule) {
   const char* last = rule.data() + rule.size();
   const auto [end, error] = std::from_chars(rule.data() + colon + 1, last, result.number);
   if (error != std::errc{} || end != last) throw bad(rule, "a number is needed after the colon");
+  if (result.number < 0 && !result.kind.starts_with("wrong")) {
+    throw bad(rule, "the number cannot be negative");
+  }
   if (result.kind == "http" && !(result.number >= 200 && result.number < 600)) {
     throw bad(rule, "that is no HTTP status");
   }

@@ -55,7 +55,7 @@ int run(const agent::Options& options) {
   const int port = server.start(options.host, options.port);
   if (port == 0) {
     std::cerr << "vesk-agent: cannot listen on " << options.host << " port " << options.port
-              << '\n';
+              << ": not an address of this machine, or taken\n";
     return failed;
   }
   const bool ipv6 = options.host.find(':') != std::string::npos;

@@ -89,7 +89,7 @@ Failure faultOf(pugi::xml_node fault) {
   std::string words;
   textOf(fault.child("faultcode"), code);
   textOf(fault.child("faultstring"), words);
-  return {"a SOAP fault", hint::AGENT_LOG, code + ": " + words};
+  return {"a SOAP fault", hint::REFUSED, code + ": " + words};
 }
 
 std::string httpReason(long status) {

@@ -19,7 +19,7 @@ Failure Call::send() {
     return {std::string("no XML can hold the text for ") + request.unsendable(), hint::TEXT};
   }
   const EasyHandle handle = newHandle();
-  if (!handle) return {"libcurl cannot start", hint::AGENT_LOG};
+  if (!handle) return {"libcurl cannot start", hint::MEMORY};
   const Post post(operation, request.bytes(), LONGEST_ANSWER);
   Exchange exchange;
   exchange.prepare(handle.get(), address.url, post);
@@ -33,7 +33,7 @@ Failure Call::send() {
 bool Call::accepted() {
   bool done = false;
   if (!succeeded(send()) || !get("accepted", done)) return false;
-  return done || succeeded({"the agent did not accept it", hint::AGENT_LOG});
+  return done || succeeded({"the agent did not accept it", hint::REFUSED});
 }
 
 bool Call::succeeded(const Failure& failure) const {

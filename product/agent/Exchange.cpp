@@ -105,7 +105,7 @@ Failure Exchange::failure(CURL* handle, CURLcode code) const {
     case CURLE_GOT_NOTHING:
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
-      return {"the answer was cut short", hint::AGENT_LOG, words};
+      return {"the answer was cut short", hint::REACH, words};
     default:
       return {curl_easy_strerror(code), hint::DIALECT, words};
   }

@@ -30,7 +30,9 @@ inline constexpr const char* DESCRIPTORS = "raise the console's limit of open fi
 inline constexpr const char* SLOW =
     "see what keeps the agent busy, or raise timeout in section agent";
 inline constexpr const char* DIALECT = "another service listens there, or an agent of another kind";
-inline constexpr const char* AGENT_LOG = "the agent's own log tells more";
+inline constexpr const char* REFUSED =
+    "look for what was named (message, area, file) at the agent, and at the agent's own log";
+inline constexpr const char* MEMORY = "restart the console and watch its memory";
 inline constexpr const char* TEXT = "look at what was entered";
 inline constexpr const char* CALLER = "the caller's arguments are wrong";
 }  // namespace hint

@@ -106,7 +106,7 @@ Failure FanOut::outcome(Line& line, CURLcode code) const {
   if (Failure failed = answer.read(line.exchange->takeAnswer(), status, operation)) return failed;
   bool accepted = false;
   if (Failure failed = answer.get("accepted", accepted)) return failed;
-  return accepted ? Failure{} : Failure{"the agent did not accept it", hint::AGENT_LOG};
+  return accepted ? Failure{} : Failure{"the agent did not accept it", hint::REFUSED};
 }
 
 }  // namespace
@@ -114,7 +114,7 @@ Failure FanOut::outcome(Line& line, CURLcode code) const {
 void tellAll(std::vector<Told>& agents, const char* operation, const Post& post) {
   for (Told& agent : agents) {
     agent.failure = agent.address.failure;
-    if (!agent.failure) agent.failure = {"libcurl cannot start", hint::AGENT_LOG};
+    if (!agent.failure) agent.failure = {"libcurl cannot start", hint::MEMORY};
   }
   FanOut(agents, operation, post).run();
 }
