@@ -49,6 +49,7 @@ const std::vector<Expression>& worst() {
       {"keyword, 100 times (a|b)+c", "/" + repeated("(a|b)+c", 100) + "/", true},
       {"keyword, 1,000 times (?:a|b)+c", "/" + repeated("(?:a|b)+c", 1000) + "/", true},
       {"keyword, 1,999 times (a*)*", "/" + repeated("(a*)*", 1999) + "/", false},
+      {"keyword, 3,300 times .+|", "/(?:" + repeated(".+|", 3300) + ")b/", false},
       {"keyword, 3,300 times \\X+", "/" + repeated("\\X+", 3300) + "x/", true},
       {"keyword, 4,500 times .*", "/" + repeated(".*", 4500) + "x/", false},
   };

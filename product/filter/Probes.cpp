@@ -15,6 +15,7 @@ constexpr int COPIES = 24;       // doubling so often is plenty, and three neste
 constexpr int MOST_DEPTH = 200;  // of parentheses, as compiled
 constexpr std::size_t MOST_STEPS = 20'000;
 constexpr std::size_t FEWEST_STEPS = 200;
+constexpr std::size_t MOST_LOOKS = 4'000'000;  // from an alternative to the next
 constexpr int WAYS = 4;
 // Of a short expression without groups: a probe that almost takes all its steps takes half a
 // millisecond.
@@ -22,7 +23,7 @@ constexpr std::size_t MOST_PROBES = 48;
 constexpr std::size_t FEWEST_PROBES = 4;
 // Characters read and written for all samples. Most of them are alike in expressions that repeat
 // themselves: the number of probes alone does not bound them.
-constexpr std::size_t MOST_WORK = 2'000'000;
+constexpr std::size_t MOST_WORK = 1'000'000;
 // Longer ones take their time even in a few steps.
 constexpr std::size_t LONGEST_SAMPLE = 10'000;
 
@@ -32,9 +33,12 @@ std::size_t probesFor(std::size_t length, std::size_t captures, std::size_t free
                   FEWEST_PROBES);
 }
 
-// The component passes parts that need no character without counting: a step is all of them.
-std::uint32_t stepsFor(std::size_t freeParts) {
-  return static_cast<std::uint32_t>(std::max(MOST_STEPS / (1 + freeParts / 4), FEWEST_STEPS));
+// The component passes parts that need no character without counting: a step is all of them. And
+// each alternative that fits looks for the end of all.
+std::uint32_t stepsFor(std::size_t freeParts, std::size_t looseAlternatives) {
+  const std::size_t steps =
+      std::min(MOST_STEPS / (1 + freeParts / 4), MOST_LOOKS / (1 + looseAlternatives));
+  return static_cast<std::uint32_t>(std::max(steps, FEWEST_STEPS));
 }
 
 // Stands in a sample where the text must begin.
@@ -66,6 +70,8 @@ class Sample {
   int repetitions() const { return seen; }
   // The longest row of parts that fit without a character, of way 0.
   std::size_t freeParts() const { return longestFree; }
+  // Alternatives of one group that need no character or repeat something, and so fit often.
+  std::size_t looseAlternatives() const { return mostLoose; }
   // Neither a repeated group nor three repetitions that can divide one text between them: nothing
   // that could run away.
   bool harmless() const { return !repeatedGroup && most < 3; }
@@ -105,14 +111,20 @@ class Sample {
   int most = 0;
   std::size_t free = 0;
   std::size_t longestFree = 0;
+  std::size_t mostLoose = 0;
 };
 
 void Sample::alternatives(int depth) {
   const std::size_t begin = out.size();
+  std::size_t loose = 0;
   for (int i = 0;; ++i) {
     const std::size_t own = out.size();
+    const int before = seen;
     sequence(depth);
     if (out.size() == own) countFree();
+    if (seen > before || out.find_first_not_of(START, own) == std::string::npos) {
+      mostLoose = std::max(mostLoose, ++loose);
+    }
     if (done || i < choice || i == 0) {
       out.erase(begin, own - begin);
     } else {
@@ -326,6 +338,7 @@ bool runsAway(std::string_view regularExpression, const Pattern& pattern) {
   const Sample look(regularExpression, Sample::NONE, 0);
   if (look.harmless()) return false;
   std::size_t left = probesFor(regularExpression.size(), pattern.captures(), look.freeParts());
+  const std::uint32_t steps = stepsFor(look.freeParts(), look.looseAlternatives());
   std::size_t work = 0;
   std::set<std::string> tried;
   for (int target = 0; target < look.repetitions(); ++target) {
@@ -339,7 +352,7 @@ bool runsAway(std::string_view regularExpression, const Pattern& pattern) {
       for (const char* end : {"", "\n!\n"}) {
         if (left-- == 0) return false;
         const std::string probe = probeOf(sample.written(), end);
-        if (pattern.matchStart(probe, stepsFor(look.freeParts())) == Pattern::GAVE_UP) return true;
+        if (pattern.matchStart(probe, steps) == Pattern::GAVE_UP) return true;
       }
     }
   }

@@ -260,6 +260,8 @@ TEST_F(FilterTest, LongestExpressionsEndSoon) {
       // Thousands of repetitions that make the same text, or none.
       {"/" + repeated("\\X+", 3300) + "x/", true},
       {"/" + repeated(".*", 4500) + "x/", false},
+      {"/(?:" + repeated("^|", 4980) + "^){2,}x/", false},
+      {"/(?:" + repeated(".+|", 3300) + ")b/", false},
       {"/(?:" + repeated("|", 9900) + "x)*x/", false},
       {"/(?:(\\X*)" + repeated("a", 9900) + ")*x/", true},
   };
