@@ -65,8 +65,9 @@ int NewEncryptStr(const char* in, char* out, int outSize) {
   return ask("encrypt %d %s", outSize, in);
 }
 int NewDecryptStr(char* inOut) {
-  const int answer = ask("decrypt %zu %s", std::strlen(inOut), inOut);
-  std::snprintf(inOut, std::strlen(inOut) + 1, "%s", product.name.c_str());
+  const std::string given = inOut;
+  const int answer = ask("decrypt %zu %s", given.size(), given.c_str());
+  std::snprintf(inOut, given.size() + 1, "%s", product.name.c_str());
   return answer;
 }
 
