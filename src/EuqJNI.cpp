@@ -10,13 +10,24 @@ namespace {
 
 // The result of a job, frozen from the first time that it could be fetched to the next start of the
 // job: code, text and whether it was fetched in one pointer to what does not change, so that no
-// thread sees half of it. None is ever freed, on purpose: another thread may be reading it, and a
-// start is known by the address of the result that it put here.
+// thread sees half of it. All are kept, in a chain, until the process ends: another thread may be
+// reading one, and a start is known by the address of the result that it put here.
 struct JobResult {
   bool fetched = false;
   int code = -1;
   std::string text;
+  const JobResult* next = nullptr;
 };
+std::atomic<const JobResult*> keptResults{nullptr};
+
+const JobResult* keep(const JobResult& result) {
+  auto* kept = new JobResult(result);
+  kept->next = keptResults;
+  while (!keptResults.compare_exchange_weak(kept->next, kept)) {
+  }
+  return kept;
+}
+
 using ResultCache = std::atomic<const JobResult*>;
 
 const JobResult notFetched;
@@ -32,7 +43,7 @@ const JobResult* fetchOnce(ResultCache& cache, const Fetch& fetch) {
   JobResult now;
   now.fetched = true;
   if (!fetch(now.code, now.text)) return &notFetched;
-  const JobResult* const made = new JobResult(now);
+  const JobResult* const made = keep(now);
   cache.compare_exchange_strong(known, made);
   return made;
 }
@@ -41,9 +52,9 @@ const JobResult* fetchOnce(ResultCache& cache, const Fetch& fetch) {
 // result.
 template <typename Start>
 jint started(ResultCache& cache, const Start& start) {
-  cache = new JobResult;
+  cache = keep({});
   const int code = start();
-  cache = new JobResult;
+  cache = keep({});
   return code;
 }
 

@@ -164,7 +164,7 @@ TEST_F(SignonTest, HostileClaims) {
       {{{"x", "[[[[[1]]]]]"}}, -4},
       {{{"x", std::string(2000, '[')}}, -4},
       {{{"sub", quoted("\xff")}}, -4},
-      {{{"iat", now(-299)}}, 0},
+      {{{"iat", now(-280)}}, 0},
       {{{"iat", now(-301)}}, -1},
       {{{"exp", now(-1)}}, -1},
       {{{"iat", now(-301)}, {"aud", quoted("gw2")}}, -2},
