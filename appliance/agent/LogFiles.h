@@ -12,10 +12,12 @@
 #include <string>
 #include <vector>
 
-#include "Descriptor.h"
 #include "LogDate.h"
+#include "shared/Descriptor.h"
 
 namespace agent {
+
+using VESK::Descriptor;
 
 // The text of a log, read where it lies: a mapped file that is truncated would kill the process.
 class LogText {

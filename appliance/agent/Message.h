@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "Descriptor.h"
+#include "shared/Descriptor.h"
 
 namespace agent {
+
+using VESK::Descriptor;
 
 class Message {
  public:

@@ -4,9 +4,11 @@
 
 #include <string>
 
-#include "Descriptor.h"
+#include "shared/Descriptor.h"
 
 namespace agent {
+
+using VESK::Descriptor;
 
 enum class Area { quarantine, archive, postponed };
 

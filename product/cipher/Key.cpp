@@ -10,24 +10,13 @@
 #include <system_error>
 
 #include "product/log.h"
+#include "shared/Descriptor.h"
 
 namespace VESK::cipher {
 
 namespace {
 
 constexpr mode_t KEY_MODE = 0600;
-
-class Descriptor {
- public:
-  explicit Descriptor(int opened) : number(opened) {}
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  const int number;
-};
 
 std::string configFolder() {
   const char* home = std::getenv("VESK_HOME");
@@ -68,13 +57,13 @@ bool makeKey(const std::string& folder, const std::string& name) {
   }
   std::string draft = folder + "/.cipher.key.XXXXXX";
   const Descriptor file(::mkostemp(draft.data(), O_CLOEXEC));
-  if (file.number < 0) return refuseFile("make key", name, errno);
-  const bool linked = fillKeyFile(file.number, key) && ::link(draft.c_str(), name.c_str()) == 0;
+  if (!file) return refuseFile("make key", name, errno);
+  const bool linked = fillKeyFile(file.get(), key) && ::link(draft.c_str(), name.c_str()) == 0;
   const int error = errno;
   ::unlink(draft.c_str());
   if (!linked && error != EEXIST) return refuseFile("make key", name, error);
   const Descriptor parent(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return ::fsync(parent.number) == 0 || refuseFile("make key", folder, errno);
+  return ::fsync(parent.get()) == 0 || refuseFile("make key", folder, errno);
 }
 
 }  // namespace
@@ -89,11 +78,11 @@ bool readKey(Key& key, Missing missing) {
   const std::string name = folder + "/cipher.key";
   const auto open = [&name] { return ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); };
   const Descriptor present(open());
-  if (present.number >= 0) return loadKey(present.number, name, key);
+  if (present) return loadKey(present.get(), name, key);
   if (errno != ENOENT || missing == Missing::isFailure) return refuseFile("read key", name, errno);
   if (!makeKey(folder, name)) return false;
   const Descriptor made(open());
-  return made.number >= 0 ? loadKey(made.number, name, key) : refuseFile("read key", name, errno);
+  return made ? loadKey(made.get(), name, key) : refuseFile("read key", name, errno);
 }
 
 }  // namespace VESK::cipher

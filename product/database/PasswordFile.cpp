@@ -7,18 +7,13 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "shared/Descriptor.h"
+
 namespace VESK::database {
 
 namespace {
 
 constexpr std::size_t LONGEST_PASSWORD = 256;
-
-struct Descriptor {
-  int number;
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-};
 
 const char* faultOf(const struct stat& status) {
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
@@ -46,12 +41,12 @@ bool readStart(int file, std::string& text) {
 const char* readPassword(const std::string& path, Secret<std::string>& password) {
   // Not to wait for the other end of a pipe.
   const Descriptor file{::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
-  if (file.number < 0) return errno == ENOENT ? "it is missing" : "it cannot be opened";
+  if (!file) return errno == ENOENT ? "it is missing" : "it cannot be opened";
   struct stat status {};
-  if (::fstat(file.number, &status) != 0) return "it cannot be read";
+  if (::fstat(file.get(), &status) != 0) return "it cannot be read";
   if (const char* fault = faultOf(status)) return fault;
   password.text.resize(LONGEST_PASSWORD + 2);
-  if (!readStart(file.number, password.text)) return "it cannot be read";
+  if (!readStart(file.get(), password.text)) return "it cannot be read";
   password.text.resize(std::min(password.text.find_first_of("\r\n"), password.text.size()));
   if (password.text.empty()) return "its first line is empty";
   if (password.text.size() > LONGEST_PASSWORD) return "its first line has over 256 bytes";

@@ -13,6 +13,7 @@
 #include "Text.h"
 #include "product/directory.h"
 #include "product/log.h"
+#include "shared/Descriptor.h"
 
 namespace VESK {
 
@@ -107,28 +108,14 @@ bool breaksOff(const std::string& content) {
   return false;
 }
 
-class File {
- public:
-  explicit File(int descriptor) : fd(descriptor) {}
-  ~File() {
-    if (fd >= 0) close(fd);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-  int get() const { return fd; }
-
- private:
-  int fd;
-};
-
 std::string systemReason() { return std::generic_category().message(errno); }
 
 // The whole file, or the reason why not. A pipe or a device could be read for ever.
 std::string readFile(const std::string& path, std::string& content) {
   constexpr off_t MOST = 1024 * 1024;
-  const File file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
-  if (file.get() < 0 || fstat(file.get(), &status) != 0) return systemReason();
+  if (!file || fstat(file.get(), &status) != 0) return systemReason();
   if (!S_ISREG(status.st_mode)) return "not a file";
   if (status.st_size > MOST) return "the file is too large";
   content.resize(static_cast<std::size_t>(status.st_size));
@@ -144,8 +131,8 @@ std::string newestService(const std::string& path, std::string& name) {
   const Wiped wiped{content};
   if (std::string reason = readFile(path, content); !reason.empty()) return reason;
   if (breaksOff(content)) return "the file is damaged";
-  const File copy(memfd_create("keytab", MFD_CLOEXEC));
-  if (copy.get() < 0 ||
+  const Descriptor copy(memfd_create("keytab", MFD_CLOEXEC));
+  if (!copy ||
       write(copy.get(), content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
     return systemReason();
   }

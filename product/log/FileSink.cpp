@@ -9,26 +9,13 @@
 #include <utility>
 
 #include "Line.h"
+#include "shared/Descriptor.h"
 
 namespace VESK::logging {
 namespace {
 
 constexpr mode_t fileMode = 0640;
 constexpr mode_t folderMode = 0750;
-
-class Descriptor {
- public:
-  explicit Descriptor(int opened) : number(opened) {}
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return number; }
-
- private:
-  int number;
-};
 
 void makeFolderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
@@ -48,7 +35,7 @@ void prepare(const std::string& path) {
   makeFolderOf(path);
   constexpr int flags = O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   const Descriptor made(::open(path.c_str(), flags, fileMode));
-  if (made.get() < 0) spdlog::throw_spdlog_ex("open " + path, errno);
+  if (!made) spdlog::throw_spdlog_ex("open " + path, errno);
   struct stat status {};
   ::fstat(made.get(), &status);
   if (!S_ISREG(status.st_mode)) spdlog::throw_spdlog_ex("open " + path + ": not a regular file");

@@ -7,27 +7,15 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <optional>
 
 #include "GMime.h"
+#include "shared/Descriptor.h"
 
 namespace VESK::notify {
 
 namespace {
 
 constexpr mode_t FILE_MODE = 0640;
-
-class Descriptor {
- public:
-  explicit Descriptor(int opened) : number(opened) {}
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  const int number;
-};
 
 // The system kills a process that writes beyond its limit, unless a handler is set, which is the
 // whole process's. So the limit is asked for first.
@@ -61,21 +49,21 @@ class Arrival {
   // Readers of the queue pass over names that begin with a dot.
   bool write() {
     const std::string name = std::string(".") + Text(g_uuid_string_random()).get();
-    target.emplace(
+    target = Descriptor(
         ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, FILE_MODE));
-    if (target->number < 0) return fail("create");
+    if (!target) return fail("create");
     present = name;
     // Whatever the umask says.
-    if (::fchmod(target->number, FILE_MODE) != 0) return fail("set mode");
-    if (!fitsLimit(file.content.size()) || !writeAll(target->number, file.content)) {
+    if (::fchmod(target.get(), FILE_MODE) != 0) return fail("set mode");
+    if (!fitsLimit(file.content.size()) || !writeAll(target.get(), file.content)) {
       return fail("write");
     }
     // So that one sync finds both files on their way; whether it came to anything, sync() says.
-    ::sync_file_range(target->number, 0, 0, SYNC_FILE_RANGE_WRITE);
+    ::sync_file_range(target.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
     return true;
   }
 
-  bool sync() { return ::fsync(target->number) == 0 || fail("sync"); }
+  bool sync() { return ::fsync(target.get()) == 0 || fail("sync"); }
 
   bool appear() {
     if (!rename()) return fail("rename");
@@ -105,7 +93,7 @@ class Arrival {
   const QueueFile& file;
   QueueFailure& failure;
   std::string present;
-  std::optional<Descriptor> target;
+  Descriptor target;
 };
 
 bool isThere(int folder, const char* name) {
@@ -117,17 +105,17 @@ bool isThere(int folder, const char* name) {
 
 QueueFailure writePair(const char* folder, const QueueFile& first, const QueueFile& second) {
   const Descriptor queue(::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (queue.number < 0) return {"open", "", errno};
+  if (!queue) return {"open", "", errno};
   // Seen early, an old pair costs no writing; the renames decide.
   for (const char* name : {first.name, second.name}) {
-    if (isThere(queue.number, name)) return {"create", name, EEXIST};
+    if (isThere(queue.get(), name)) return {"create", name, EEXIST};
   }
   QueueFailure failure;
   // The second one goes first if both have to.
-  Arrival one(queue.number, first, failure);
-  Arrival two(queue.number, second, failure);
+  Arrival one(queue.get(), first, failure);
+  Arrival two(queue.get(), second, failure);
   const auto syncFolder = [&] {
-    if (::fsync(queue.number) != 0) failure = {"sync", "", errno};
+    if (::fsync(queue.get()) != 0) failure = {"sync", "", errno};
     return failure.error == 0;
   };
   // All that the second name stands for is on the disk before it appears, the first one's name too:

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "product/signon.h"
+#include "shared/Descriptor.h"
 
 namespace VESK::signon {
 
@@ -25,18 +26,6 @@ constexpr int MOST_KEPT = 1000;
 constexpr std::int64_t KEPT_LONGER = 3600;
 constexpr auto PATIENCE = std::chrono::seconds(2);
 constexpr auto BETWEEN_TRIES = std::chrono::milliseconds(2);
-
-class Descriptor {
- public:
-  explicit Descriptor(int opened) : number(opened) {}
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  const int number;
-};
 
 struct CloseFolder {
   void operator()(DIR* folder) const { ::closedir(folder); }
@@ -82,13 +71,10 @@ std::string hexHash(const std::string& text) {
 
 // Removes what is long expired; gives how many are left, -1 when that cannot be told.
 int prune(int folder, std::int64_t now) {
-  const int duplicate = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (duplicate < 0) return -1;
-  const std::unique_ptr<DIR, CloseFolder> entries(::fdopendir(duplicate));
-  if (!entries) {
-    ::close(duplicate);
-    return -1;
-  }
+  Descriptor duplicate(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const std::unique_ptr<DIR, CloseFolder> entries(::fdopendir(duplicate.get()));
+  if (!entries) return -1;
+  duplicate.release();
   int left = 0;
   while (const dirent* entry = ::readdir(entries.get())) {
     char* rest = nullptr;
@@ -116,13 +102,13 @@ Verdict Answered::look() const {
 Verdict Answered::take() const {
   makeFolder();
   const Descriptor folder(openFolder());
-  if (folder.number < 0) return {SSO_PKI_WRONG_SESSION, "data/signon cannot be opened"};
+  if (!folder) return {SSO_PKI_WRONG_SESSION, "data/signon cannot be opened"};
   const Descriptor guard(
-      ::openat(folder.number, ".lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (guard.number < 0 || !lock(guard.number)) {
+      ::openat(folder.get(), ".lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!guard || !lock(guard.get())) {
     return {SSO_PKI_WRONG_SESSION, "data/signon cannot be locked"};
   }
-  return takeLocked(folder.number);
+  return takeLocked(folder.get());
 }
 
 Verdict Answered::takeLocked(int folder) const {
@@ -133,11 +119,11 @@ Verdict Answered::takeLocked(int folder) const {
   if (kept < 0 || kept >= MOST_KEPT) return {SSO_PKI_WRONG_SESSION, "data/signon is full"};
   const Descriptor file(
       ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (file.number < 0) {
+  if (!file) {
     return {SSO_PKI_WRONG_SESSION,
             errno == EEXIST ? "answered already" : "data/signon cannot be written"};
   }
-  if (::fsync(file.number) != 0 || ::fsync(folder) != 0) {
+  if (::fsync(file.get()) != 0 || ::fsync(folder) != 0) {
     return {SSO_PKI_WRONG_SESSION, "data/signon cannot be synchronised"};
   }
   return {};

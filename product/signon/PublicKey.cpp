@@ -12,6 +12,8 @@
 
 #include <cstring>
 
+#include "shared/Descriptor.h"
+
 namespace VESK::signon {
 
 namespace {
@@ -34,13 +36,6 @@ using Number = std::unique_ptr<BIGNUM, Free<BN_free>>;
 using EcSignature = std::unique_ptr<ECDSA_SIG, Free<ECDSA_SIG_free>>;
 using Digest = std::unique_ptr<EVP_MD_CTX, Free<EVP_MD_CTX_free>>;
 
-struct Descriptor {
-  int number;
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-};
-
 const unsigned char* bytesOf(std::string_view text) {
   return reinterpret_cast<const unsigned char*>(text.data());
 }
@@ -49,14 +44,14 @@ bool readFile(const char* path, std::string& content, const char*& reason) {
   const Descriptor file{::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
   struct stat status {};
   reason = "the file cannot be opened";
-  if (file.number < 0 || ::fstat(file.number, &status) != 0) return false;
+  if (!file || ::fstat(file.get(), &status) != 0) return false;
   reason = "not a regular file of at most 64 KiB";
   if (!S_ISREG(status.st_mode) || status.st_size > static_cast<off_t>(LARGEST_FILE)) return false;
   // Whoever may change it decides who signs on.
   reason = "everybody may change the file";
   if ((status.st_mode & S_IWOTH) != 0) return false;
   content.resize(LARGEST_FILE);
-  const ssize_t length = ::read(file.number, content.data(), content.size());
+  const ssize_t length = ::read(file.get(), content.data(), content.size());
   content.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
   reason = "the file cannot be read";
   return length > 0;

@@ -59,7 +59,7 @@ class Unpacking {
 
   bool open(const std::string& path) {
     file = Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen()) return failure.setSystem("unpack", path, errno);
+    if (!file) return failure.setSystem("unpack", path, errno);
     reader.reset(archive_read_new());
     archive_read_support_filter_gzip(reader.get());
     archive_read_support_filter_xz(reader.get());
@@ -128,7 +128,7 @@ class Unpacking {
     const std::string path = folder + "/" + name;
     const bool program = (archive_entry_perm(entry) & 0111) != 0;
     const Descriptor target = createFile(path, program ? PROGRAM_MODE : FILE_MODE);
-    if (!target.isOpen()) return failure.setSystem("unpack", path, errno);
+    if (!target) return failure.setSystem("unpack", path, errno);
     if (!copy(target.get(), path)) return false;
     // The disk works while the next file comes; syncTree says whether it came to anything.
     ::sync_file_range(target.get(), 0, 0, SYNC_FILE_RANGE_WRITE);

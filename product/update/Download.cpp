@@ -35,7 +35,7 @@ bool hasInodes(const std::string& folder, const struct statvfs& space, std::uint
 
 bool Download::open() {
   file = Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, FILE_MODE));
-  return file.isOpen() || failure.setSystem("fetch", path, errno);
+  return file || failure.setSystem("fetch", path, errno);
 }
 
 bool Download::startAgain() {

@@ -42,7 +42,7 @@ bool appendEvent(const std::string& home, int source, BvUpdateType type, BvUpdat
   const std::string path = home + "/log/update-events.log";
   const Descriptor file(
       ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, FILE_MODE));
-  if (file.isOpen() && writeAll(file.get(), line.data(), line.size())) return true;
+  if (file && writeAll(file.get(), line.data(), line.size())) return true;
   return failure.setSystem("write", path, errno);
 }
 

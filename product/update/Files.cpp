@@ -15,7 +15,7 @@ namespace {
 
 bool syncPath(const std::string& path, int flags, Failure& failure) {
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | flags));
-  if (file.isOpen() && ::fsync(file.get()) == 0) return true;
+  if (file && ::fsync(file.get()) == 0) return true;
   return failure.setSystem("sync", path, errno);
 }
 
@@ -61,7 +61,7 @@ bool writeAll(int file, const char* data, std::size_t size) {
 
 Descriptor createFile(const std::string& path, mode_t mode) {
   Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
-  if (file.isOpen() && ::fchmod(file.get(), mode) != 0) return Descriptor();
+  if (file && ::fchmod(file.get(), mode) != 0) return Descriptor();
   return file;
 }
 
@@ -69,8 +69,7 @@ bool draftFile(const std::string& path, std::string_view content, Failure& failu
   const std::string draft = draftOf(path);
   ::unlink(draft.c_str());
   const Descriptor file = createFile(draft, FILE_MODE);
-  if (file.isOpen() && writeAll(file.get(), content.data(), content.size()) &&
-      ::fsync(file.get()) == 0) {
+  if (file && writeAll(file.get(), content.data(), content.size()) && ::fsync(file.get()) == 0) {
     return true;
   }
   const int error = errno;
@@ -93,7 +92,7 @@ bool replaceFile(const std::string& path, std::string_view content, Failure& fai
 std::string readFile(const std::string& path, std::size_t limit) {
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   std::string content(limit, '\0');
-  const ssize_t count = file.isOpen() ? ::read(file.get(), content.data(), limit) : 0;
+  const ssize_t count = file ? ::read(file.get(), content.data(), limit) : 0;
   content.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
   return content;
 }

@@ -10,31 +10,13 @@
 #include <utility>
 
 #include "Failure.h"
+#include "shared/Descriptor.h"
 
 namespace VESK::update {
 
 constexpr mode_t FOLDER_MODE = 0750;
 constexpr mode_t FILE_MODE = 0640;
 constexpr mode_t PROGRAM_MODE = 0750;
-
-class Descriptor {
- public:
-  explicit Descriptor(int opened = -1) : number(opened) {}
-  Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(number, other.number);
-    return *this;
-  }
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-
-  int get() const { return number; }
-  bool isOpen() const { return number >= 0; }
-
- private:
-  int number;
-};
 
 // Makes a folder and gives it its mode whatever the umask is; one that is there serves.
 bool makeFolder(const std::string& path);

@@ -58,7 +58,7 @@ bool writeRecord(int file, const std::string& what) {
 bool Lock::open(const std::string& home, Failure& failure) {
   const std::string path = pathOf(home);
   file = Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, FILE_MODE));
-  return file.isOpen() || failure.setSystem("lock", path, errno);
+  return file || failure.setSystem("lock", path, errno);
 }
 
 bool Lock::takeComponents(const std::string& home, const std::string& what, Failure& failure) {
@@ -85,7 +85,7 @@ bool Lock::takeUploadNumber(const std::string& home, Failure& failure) {
 
 std::string lockHolder(const std::string& home) {
   const Descriptor file(::open(pathOf(home).c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.isOpen() || !isTaken(file.get(), HOLDER_KNOWN)) return {};
+  if (!file || !isTaken(file.get(), HOLDER_KNOWN)) return {};
   return record(file.get());
 }
 
