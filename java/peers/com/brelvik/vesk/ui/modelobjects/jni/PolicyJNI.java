@@ -36,7 +36,7 @@ public final class PolicyJNI {
     /**
      * Checks a keyword expression of a content rule.
      *
-     * @param keyword the expression, at most 10000 characters, which ends at a U+0000; not null
+     * @param keyword the expression, at most 10000 characters; what follows a U+0000 is left out; not null
      * @return 0 valid, 516 not (the log says where and why), 500 null argument
      */
     @ConsoleCommand(group = "policy", name = "keyword", help = "Check a keyword expression of a content rule.",
