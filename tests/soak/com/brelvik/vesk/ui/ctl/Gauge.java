@@ -1,0 +1,124 @@
+package com.brelvik.vesk.ui.ctl;
+
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.lang.management.ManagementFactory;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.function.ToDoubleFunction;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import java.util.stream.Stream;
+import javax.management.JMException;
+import javax.management.ObjectName;
+
+/** What this process holds, sampled as calls go by. */
+final class Gauge {
+    private static final Path OWN = Path.of("/proc/self");
+
+    /**
+     * At one moment.
+     *
+     * @param calls done before
+     * @param heap bytes in use in the C heap
+     * @param resident bytes in memory that are not the Java heap, which is fixed and in memory from the start
+     * @param kept bytes that the calls until then keep on purpose
+     */
+    record Sample(long calls, long heap, long resident, long kept, long descriptors, long threads) {}
+
+    /** Processes that this one started and that are still there, or have ended without being waited for. */
+    record Children(long living, long zombies) {}
+
+    private final List<Sample> samples = new ArrayList<>();
+
+    synchronized Sample take(long calls, long kept) {
+        Sample sample = now(calls, kept);
+        samples.add(sample);
+        return sample;
+    }
+
+    static Sample now(long calls, long kept) {
+        long java = Runtime.getRuntime().totalMemory();
+        return new Sample(calls, NativeHeap.inUse(), status("VmRSS") * 1024 - java, kept, descriptors(),
+                status("Threads"));
+    }
+
+    /** Bytes a thousand calls, by least squares over the samples after a first third to warm up. */
+    synchronized double slope(ToDoubleFunction<Sample> figure) {
+        List<Sample> steady = samples.subList(samples.size() / 3, samples.size());
+        double meanCalls = steady.stream().mapToDouble(Sample::calls).average().orElse(0);
+        double mean = steady.stream().mapToDouble(figure).average().orElse(0);
+        double above = 0;
+        double below = 0;
+        for (Sample sample : steady) {
+            above += (sample.calls - meanCalls) * (figure.applyAsDouble(sample) - mean);
+            below += (sample.calls - meanCalls) * (sample.calls - meanCalls);
+        }
+        return below == 0 ? 0 : 1000 * above / below;
+    }
+
+    synchronized int size() {
+        return samples.size();
+    }
+
+    static Children children() {
+        String own = Long.toString(ProcessHandle.current().pid());
+        List<String> states = new ArrayList<>();
+        try (Stream<Path> processes = Files.list(Path.of("/proc"))) {
+            processes.filter(path -> path.getFileName().toString().matches("\\d+")).forEach(path -> {
+                String[] fields = behindName(path);
+                if (fields.length > 1 && fields[1].equals(own)) {
+                    states.add(fields[0]);
+                }
+            });
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+        long zombies = states.stream().filter("Z"::equals).count();
+        return new Children(states.size() - zombies, zombies);
+    }
+
+    /** Global references of the JNI, as the VM itself counts them. */
+    static long globalReferences() {
+        try {
+            Object dump = ManagementFactory.getPlatformMBeanServer().invoke(
+                    new ObjectName("com.sun.management:type=DiagnosticCommand"), "threadPrint",
+                    new Object[] {new String[0]}, new String[] {String[].class.getName()});
+            Matcher found = Pattern.compile("JNI global refs: (\\d+)").matcher((String) dump);
+            if (!found.find()) {
+                throw new IllegalStateException("the VM does not tell its global references");
+            }
+            return Long.parseLong(found.group(1));
+        } catch (JMException e) {
+            throw new IllegalStateException(e);
+        }
+    }
+
+    // State and parent come first behind the program's name, which may hold anything.
+    private static String[] behindName(Path process) {
+        try {
+            return Files.readString(process.resolve("stat")).replaceFirst("(?s).*\\) ", "").split(" ", 3);
+        } catch (IOException e) {
+            return new String[0]; // it has ended
+        }
+    }
+
+    private static long descriptors() {
+        try (Stream<Path> files = Files.list(OWN.resolve("fd"))) {
+            return files.count() - 1; // the list itself
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+    }
+
+    private static long status(String key) {
+        try (Stream<String> lines = Files.lines(OWN.resolve("status"))) {
+            return lines.filter(line -> line.startsWith(key + ":"))
+                    .mapToLong(line -> Long.parseLong(line.replaceAll("\\D", ""))).findFirst().orElseThrow();
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+    }
+}

@@ -1,0 +1,153 @@
+package com.brelvik.vesk.ui.ctl;
+
+import com.brelvik.vesk.ui.modelobjects.jni.EuqJNI;
+import java.io.IOException;
+import java.lang.reflect.InvocationTargetException;
+import java.nio.file.Path;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.Set;
+import java.util.concurrent.Callable;
+import java.util.stream.Collectors;
+import picocli.CommandLine;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.Parameters;
+
+@Command(name = "soak", sortOptions = false, header = "Calls all native methods from many threads at once, while the "
+        + "servers restart; started by tools/soak.",
+        description = {"", "Exit status 0 when every check holds, else 4."})
+final class Soak implements Callable<Integer> {
+    private static final int CALIBRATION = 10;
+
+    @Parameters(index = "0", paramLabel = "MINUTES", description = "How long; a fraction will do")
+    private double minutes;
+
+    @Option(names = "--threads", defaultValue = "64", description = "Threads (default 64)")
+    private int threads;
+
+    @Option(names = "--seed", defaultValue = "1", description = "Which calls are drawn (default 1)")
+    private long seed;
+
+    @Option(names = "--calls", defaultValue = "" + Long.MAX_VALUE, description = "End after so many calls")
+    private long calls;
+
+    @Option(names = "--pause", defaultValue = "10", description = "Seconds between two restarts (default 10)")
+    private int pause;
+
+    @Option(names = "--folder", required = true, hidden = true, description = "What tools/soak filled")
+    private Path folder;
+
+    @Option(names = "--directory", required = true, hidden = true, description = "Port of the directory")
+    private String directory;
+
+    private Steward steward;
+    private Storm storm;
+    private final Gauge gauge = new Gauge();
+
+    public static void main(String[] args) {
+        System.exit(new CommandLine(new Soak()).execute(args));
+    }
+
+    @Override
+    public Integer call() throws IOException, InterruptedException, InvocationTargetException {
+        Bridge.start();
+        setUp();
+        openQuarantine();
+        SoakTable table = new SoakTable(folder.toString(), directory);
+        List<SoakCall> all = table.calls();
+        refuseGaps(all);
+        steward = new Steward(folder, pause);
+        steward.order("supply start");
+        calibrate(table.unownedAddress());
+        storm = new Storm(all, steward, threads, calls, (long) (minutes * 60e9));
+        long references = Gauge.globalReferences();
+        Gauge.Sample first = Gauge.now(0, 0);
+        run();
+        SoakReport report = new SoakReport(storm, gauge, first, references);
+        settle();
+        return (report.print(steward.restarts()) ? Status.DONE : Status.FAILED).number();
+    }
+
+    // The appliance as the wizard leaves it, with the files that the tour makes.
+    private void setUp() {
+        Map<String, PeerMethod> methods =
+                PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
+        for (List<Tour.Stop> chapter : new SetUpTour(folder.toString()).stops()) {
+            for (Tour.Stop stop : chapter) {
+                if (stop.isCommand()) {
+                    shell(stop.method().substring(2));
+                } else {
+                    PeerMethod method = methods.get(stop.method());
+                    Bridge.call(method, Values.of(method, new HashMap<>(stop.arguments())));
+                }
+            }
+        }
+    }
+
+    private static void openQuarantine() {
+        EuqJNI quarantine = new EuqJNI();
+        if (!quarantine.init_euq_lib() || quarantine.enableEuq() != 0 || quarantine.registEuq("scanner-a") != 0) {
+            throw new Refusal(Status.FAILED, "the end-user quarantine is not ready", "read the log");
+        }
+    }
+
+    private static void shell(String command) {
+        try {
+            new ProcessBuilder("sh", "-c", command).redirectErrorStream(true)
+                    .redirectOutput(ProcessBuilder.Redirect.DISCARD).start().waitFor();
+        } catch (IOException | InterruptedException e) {
+            throw new IllegalStateException(e);
+        }
+    }
+
+    private static void refuseGaps(List<SoakCall> all) {
+        Set<String> called = all.stream().map(call -> call.method().name()).collect(Collectors.toSet());
+        List<String> missing = PeerMethod.all().stream().map(PeerMethod::name)
+                .filter(name -> !called.contains(name) && !SoakTable.ABSENT.containsKey(name)).toList();
+        if (!missing.isEmpty()) {
+            throw new Refusal(Status.REFUSED, "nothing calls " + missing, "give it a row in SoakTable, or a reason in "
+                    + "ABSENT");
+        }
+    }
+
+    // A connection that stays open costs what the directory library's own structures do: measured, alone. What else
+    // the VM does meanwhile only adds to it.
+    private static void calibrate(SoakCall unowned) throws InvocationTargetException {
+        long least = Long.MAX_VALUE;
+        for (int round = 0; round < CALIBRATION; round++) {
+            long before = NativeHeap.inUse();
+            unowned.call();
+            long taken = NativeHeap.inUse() - before;
+            least = taken > 0 ? Math.min(least, taken) : least;
+        }
+        unowned.keeps(least);
+    }
+
+    private void run() throws InterruptedException {
+        Thread restarting = new Thread(steward, "steward");
+        restarting.setDaemon(true);
+        storm.start(seed);
+        restarting.start();
+        long told = System.nanoTime();
+        while (storm.goesOn()) {
+            Thread.sleep(1000);
+            Gauge.Sample sample = gauge.take(storm.done(), storm.kept());
+            if (System.nanoTime() - told >= 30_000_000_000L) {
+                told = System.nanoTime();
+                SoakReport.progress(sample, storm.complained());
+            }
+        }
+        storm.await();
+        steward.end();
+        restarting.join(30_000);
+    }
+
+    // What commands left in the background ends by itself.
+    private static void settle() throws InterruptedException {
+        for (int i = 0; i < 100 && Gauge.children().living() + Gauge.children().zombies() > 0; i++) {
+            Thread.sleep(100);
+        }
+    }
+}
