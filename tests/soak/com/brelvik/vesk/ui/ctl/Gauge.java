@@ -24,22 +24,22 @@ final class Gauge {
      * @param calls done before
      * @param heap bytes in use in the C heap
      * @param resident bytes in memory that are not the Java heap, which is fixed and in memory from the start
-     * @param kept bytes that the calls until then keep on purpose
+     * @param kept by the calls until then, on purpose
      */
-    record Sample(long calls, long heap, long resident, long kept, long descriptors, long threads) {}
+    record Sample(long calls, long heap, long resident, Kept kept, long descriptors, long threads) {}
 
     /** Processes that this one started and that are still there, or have ended without being waited for. */
     record Children(long living, long zombies) {}
 
     private final List<Sample> samples = new ArrayList<>();
 
-    synchronized Sample take(long calls, long kept) {
+    synchronized Sample take(long calls, Kept kept) {
         Sample sample = now(calls, kept);
         samples.add(sample);
         return sample;
     }
 
-    static Sample now(long calls, long kept) {
+    static Sample now(long calls, Kept kept) {
         long java = Runtime.getRuntime().totalMemory();
         return new Sample(calls, NativeHeap.inUse(), status("VmRSS") * 1024 - java, kept, descriptors(),
                 status("Threads"));

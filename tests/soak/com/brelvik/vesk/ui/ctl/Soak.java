@@ -1,8 +1,11 @@
 package com.brelvik.vesk.ui.ctl;
 
 import com.brelvik.vesk.ui.modelobjects.jni.EuqJNI;
+import java.io.FileOutputStream;
 import java.io.IOException;
+import java.io.PrintStream;
 import java.lang.reflect.InvocationTargetException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
 import java.util.HashMap;
 import java.util.List;
@@ -20,6 +23,7 @@ import picocli.CommandLine.Parameters;
         description = {"", "Exit status 0 when every check holds, else 4."})
 final class Soak implements Callable<Integer> {
     private static final int CALIBRATION = 10;
+    private static final long PROGRESS = 30_000_000_000L;
 
     @Parameters(index = "0", paramLabel = "MINUTES", description = "How long; a fraction will do")
     private double minutes;
@@ -42,6 +46,10 @@ final class Soak implements Callable<Integer> {
     @Option(names = "--directory", required = true, hidden = true, description = "Port of the directory")
     private String directory;
 
+    @Option(names = "--report", defaultValue = "/dev/stdout", hidden = true, description = "Where it is told: what "
+            + "commands print goes to the VM's own output")
+    private String report;
+
     private Steward steward;
     private Storm storm;
     private final Gauge gauge = new Gauge();
@@ -60,14 +68,17 @@ final class Soak implements Callable<Integer> {
         refuseGaps(all);
         steward = new Steward(folder, pause);
         steward.order("supply start");
-        calibrate(table.unownedAddress());
+        long open = calibrate(table.owners().get(0), table.owners().get(1));
         storm = new Storm(all, steward, threads, calls, (long) (minutes * 60e9));
         long references = Gauge.globalReferences();
-        Gauge.Sample first = Gauge.now(0, 0);
-        run();
-        SoakReport report = new SoakReport(storm, gauge, first, references);
-        settle();
-        return (report.print(steward.restarts()) ? Status.DONE : Status.FAILED).number();
+        Gauge.Sample first = Gauge.now(0, Kept.NOTHING);
+        try (PrintStream out = new PrintStream(new FileOutputStream(report, true), true, StandardCharsets.UTF_8)) {
+            out.printf("a directory connection that stays open has %d bytes%n", open);
+            SoakReport told = new SoakReport(out, storm, gauge, first, references);
+            run(told);
+            settle();
+            return (told.print(steward.restarts()) ? Status.DONE : Status.FAILED).number();
+        }
     }
 
     // The appliance as the wizard leaves it, with the files that the tour makes.
@@ -114,7 +125,7 @@ final class Soak implements Callable<Integer> {
 
     // A connection that stays open costs what the directory library's own structures do: measured, alone. What else
     // the VM does meanwhile only adds to it.
-    private static void calibrate(SoakCall unowned) throws InvocationTargetException {
+    private static long calibrate(SoakCall owned, SoakCall unowned) throws InvocationTargetException {
         long least = Long.MAX_VALUE;
         for (int round = 0; round < CALIBRATION; round++) {
             long before = NativeHeap.inUse();
@@ -122,21 +133,24 @@ final class Soak implements Callable<Integer> {
             long taken = NativeHeap.inUse() - before;
             least = taken > 0 ? Math.min(least, taken) : least;
         }
-        unowned.keeps(least);
+        Kept connection = new Kept(least, 1, 0);
+        unowned.keepsWith(0, connection).keepsWith(205, connection);
+        owned.keepsWith(205, connection);
+        return least;
     }
 
-    private void run() throws InterruptedException {
+    private void run(SoakReport told) throws InterruptedException {
         Thread restarting = new Thread(steward, "steward");
         restarting.setDaemon(true);
         storm.start(seed);
         restarting.start();
-        long told = System.nanoTime();
+        long since = System.nanoTime();
         while (storm.goesOn()) {
             Thread.sleep(1000);
             Gauge.Sample sample = gauge.take(storm.done(), storm.kept());
-            if (System.nanoTime() - told >= 30_000_000_000L) {
-                told = System.nanoTime();
-                SoakReport.progress(sample, storm.complained());
+            if (System.nanoTime() - since >= PROGRESS) {
+                since = System.nanoTime();
+                told.progress(sample);
             }
         }
         storm.await();

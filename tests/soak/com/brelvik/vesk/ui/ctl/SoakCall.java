@@ -25,8 +25,8 @@ final class SoakCall {
     private final Map<Integer, Supplier<String>> fresh = new HashMap<>();
     private String shown;
     private long limit = 60_000_000_000L;
-    private long kept;
-    private Set<String> keeping;
+    private Kept always = Kept.NOTHING;
+    private final Map<String, Kept> with = new HashMap<>();
 
     /**
      * @param share of about a million calls
@@ -73,18 +73,18 @@ final class SoakCall {
         long texts = Arrays.stream(values).filter(String.class::isInstance)
                 .mapToLong(text -> Math.max(4 * WORD, ((String) text).length() + 1 + WORD + 2 * WORD - 1 & -2 * WORD))
                 .sum();
-        return keeps(kept + texts);
+        return keeps(new Kept(texts, 0, 0));
     }
 
-    /** Bytes that are never given back, whatever it answers unless {@link #when} says so. */
-    SoakCall keeps(long bytes) {
-        kept = bytes;
+    /** What it keeps besides, whatever it answers. */
+    SoakCall keeps(Kept more) {
+        always = always.plus(more);
         return this;
     }
 
-    /** It keeps something only when it answers one of these. */
-    SoakCall when(Object... expected) {
-        keeping = Arrays.stream(expected).map(String::valueOf).collect(Collectors.toSet());
+    /** What it keeps besides when it answers this. */
+    SoakCall keepsWith(Object answer, Kept more) {
+        with.merge(String.valueOf(answer), more, Kept::plus);
         return this;
     }
 
@@ -100,8 +100,8 @@ final class SoakCall {
         return limit;
     }
 
-    long kept(String answer) {
-        return keeping == null || keeping.contains(answer) ? kept : 0;
+    Kept kept(String answer) {
+        return always.plus(with.getOrDefault(answer, Kept.NOTHING));
     }
 
     /** An answer, and what it came with. */

@@ -30,7 +30,7 @@ final class Storm {
     private final LongAdder complained = new LongAdder();
     private final AtomicLong next = new AtomicLong();
     private final LongAdder done = new LongAdder();
-    private final LongAdder kept = new LongAdder();
+    private final Kept.Sum kept = new Kept.Sum();
     private final List<Thread> threads = new ArrayList<>();
     private final Current[] current;
 
@@ -82,8 +82,8 @@ final class Storm {
         return done.sum();
     }
 
-    long kept() {
-        return kept.sum();
+    Kept kept() {
+        return kept.now();
     }
 
     Map<String, Tally> tallies() {

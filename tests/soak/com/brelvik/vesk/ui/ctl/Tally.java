@@ -26,16 +26,13 @@ final class Tally {
         return thirds[number];
     }
 
-    Latencies all() {
+    /** Milliseconds that {@code part} of the calls did not exceed. */
+    double milliseconds(double part) {
         Latencies sum = new Latencies();
         for (Latencies third : thirds) {
             sum.addAll(third);
         }
-        return sum;
-    }
-
-    long slowest() {
-        return slowest.get();
+        return Math.min(sum.percentile(part), slowest.get()) / 1e6;
     }
 
     String answers() {
