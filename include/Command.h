@@ -2,9 +2,10 @@
 //
 // A command line is formatted into a buffer of the family's size and cut there without notice.
 // Values are placed as they are, inside whatever quotes the format holds: the console checks them
-// first. Commands inherit the console's environment but none of its sockets: a service that a
-// script leaves running in the background would otherwise hold the console's port. While runInShell
-// waits, the C library ignores SIGQUIT in the whole process: no thread dump then.
+// first, and the guard below can look over its shoulder. Commands inherit the console's environment
+// but none of its sockets: a service that a script leaves running in the background would otherwise
+// hold the console's port. While runInShell waits, the C library ignores SIGQUIT in the whole
+// process: no thread dump then.
 #ifndef VESK_COMMAND_H
 #define VESK_COMMAND_H
 
@@ -25,20 +26,42 @@ inline constexpr std::size_t verifierCommandSize = 511;  // of certificates
 inline constexpr std::size_t policyCommandSize = 256;
 inline constexpr std::size_t backupCommandSize = 2047;
 
+// What becomes of a value with a character that the shell acts on where it stands, that is, outside
+// the quotes of the format or in spite of them: it is passed on as it is, passed on and logged at
+// level 1, or refused.
+enum class Guard { off, audit, enforce };
+
+// The name of one, in any case, from the settings: initializeJNI passes it on before any command.
+// An empty name means off; an unknown one is logged and means enforce, since somebody wanted a
+// guard.
+void setGuard(const char* name);
+
 class CommandLine {
  public:
   static constexpr std::size_t largestSize = 2048;
 
-  // `size` is at most largestSize.
-  explicit CommandLine(std::size_t size) : limit(size) {}
-  // False when the text cannot be formatted.
+  // `method` is the Java class and method joined by a dot, for the log; `size` is at most
+  // largestSize.
+  CommandLine(const char* method, std::size_t size) : caller(method), limit(size) {}
+  // Values come by %s. One that begins the line is the library's own, a whole command or the
+  // install root, and not the guard's business. False when the text cannot be formatted or the
+  // guard refuses a value, which failure() tells apart.
   [[nodiscard]] bool format(const char* format, ...) __attribute__((format(printf, 2, 3)));
   [[nodiscard]] bool vformat(const char* format, std::va_list arguments)
       __attribute__((format(printf, 2, 0)));
+  // What to answer when nothing was formed: 500 when the guard refused a value, else the given
+  // code.
+  [[nodiscard]] jint failure(jint notFormed = result::commandNotFormed) const {
+    return refused ? result::nullArgument : notFormed;
+  }
   const char* c_str() const { return text; }
 
  private:
+  bool guardAdmits(const char* format, std::va_list values) const;
+
+  const char* caller;
   std::size_t limit;
+  bool refused = false;
   char text[largestSize] = {};
 };
 
@@ -68,7 +91,7 @@ using LineTaker = std::function<void(OutputLine& line)>;
 
 // Query: the first output line, without its newline, becomes one element of `list`. `method` is the
 // Java class and method joined by a dot and begins the log lines. Returns 0, 100, 101, 102, 500
-// (null list), 501 or 503.
+// (null list, or refused by the guard), 501 or 503.
 [[nodiscard]] jint queryToList(JNIEnv* env, jobject list, const char* method, std::size_t size,
                                const char* format, ...) __attribute__((format(printf, 5, 6)));
 
@@ -76,14 +99,15 @@ using LineTaker = std::function<void(OutputLine& line)>;
 [[nodiscard]] jint firstLineToList(JNIEnv* env, jobject list, const char* method,
                                    const char* command);
 
-// Existence test: 0 when the command prints a line; 100, 101 or 102 otherwise. Nothing is logged.
-[[nodiscard]] jint commandPrints(std::size_t size, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+// Existence test: 0 when the command prints a line; 100, 101 or 102 otherwise, or 500 of the guard.
+// Nothing is logged.
+[[nodiscard]] jint commandPrints(const char* method, std::size_t size, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
 
 // What an action answers with: both forms are in use, and the console knows which to expect where.
 enum class StatusForm { raw, exitCode };
 
-// Action: runs the command and returns its status in the given form, or 100.
+// Action: runs the command and returns its status in the given form, or 100, or 500 of the guard.
 [[nodiscard]] jint runAction(const char* method, StatusForm form, std::size_t size,
                              const char* format, ...) __attribute__((format(printf, 4, 5)));
 

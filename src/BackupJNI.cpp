@@ -15,8 +15,10 @@ jint runScript(const CommandLine& command) { return exitCode(runInShell(command.
 VESK_JNI(jint, BackupJNI, doExport)(JNIEnv* env, jobject, jstring file) {
   if (file == nullptr) return result::nullArgument;
   const char* name = env->GetStringUTFChars(file, nullptr);
-  CommandLine command(backupCommandSize);
-  if (!command.format("%s/script/imp_exp.sh -e '%s'", getVeskHome(), name)) return exitCode(-1);
+  CommandLine command("BackupJNI.doExport", backupCommandSize);
+  if (!command.format("%s/script/imp_exp.sh -e '%s'", getVeskHome(), name)) {
+    return command.failure(exitCode(-1));
+  }
   return runScript(command);
 }
 
@@ -24,9 +26,9 @@ VESK_JNI(jint, BackupJNI, doImport)(JNIEnv* env, jobject, jstring a, jstring b) 
   if (anyNull(a, b)) return result::nullArgument;
   const char* first = env->GetStringUTFChars(a, nullptr);
   const char* second = env->GetStringUTFChars(b, nullptr);
-  CommandLine command(backupCommandSize);
+  CommandLine command("BackupJNI.doImport", backupCommandSize);
   if (!command.format("%s/script/imp_exp.sh -i '%s' '%s'", getVeskHome(), first, second)) {
-    return exitCode(-1);
+    return command.failure(exitCode(-1));
   }
   return runScript(command);
 }

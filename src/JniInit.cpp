@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iostream>
 
+#include "Command.h"
 #include "JniCommon.h"
 #include "Settings.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_JniInit.h"
@@ -95,6 +96,7 @@ void initAU() {
 // is not deleted, since another thread may be using it.
 VESK_JNI(jint, JniInit, initializeJNI)(JNIEnv* env, jobject) {
   initLog();
+  setGuard(settingText(loadedSettings(), "bridge", "guard").c_str());
   initAU();
   jclass list = env->FindClass("java/util/ArrayList");
   if (list == nullptr) return result::classNotFound;

@@ -42,11 +42,11 @@ VESK_JNI(jint, PolicyJNI, notifyUpdatePolicyNow)
   const VeskJniString one(env, first);
   const VeskJniString two(env, second);
   const VeskJniString three(env, third);
-  CommandLine command(policyCommandSize);
+  CommandLine command("PolicyJNI.notifyUpdatePolicyNow", policyCommandSize);
   // Without VESK_HOME the command names no file, and the shell refuses it.
   if (!command.format("%s/script/forceUpdate.sh %s %s %s & >/dev/null 2>&1",
                       std::getenv("VESK_HOME"), one.str, two.str, three.str)) {
-    return notSent;
+    return command.failure(notSent);
   }
   Log::LogByLevel(3, "begin to execute cmd [%s]", command.c_str());
   const int status = runInShell(command.c_str());

@@ -14,13 +14,13 @@ namespace {
 
 using VESK::Log;
 
-__attribute__((format(printf, 1, 2))) jint runTool(const char* format, ...) {
-  CommandLine command(postfixCommandSize);
+__attribute__((format(printf, 2, 3))) jint runTool(const char* method, const char* format, ...) {
+  CommandLine command(method, postfixCommandSize);
   std::va_list arguments;
   va_start(arguments, format);
   const bool formed = command.vformat(format, arguments);
   va_end(arguments);
-  if (!formed) return result::commandNotFormed;
+  if (!formed) return command.failure();
   static_cast<void>(runInShell(command.c_str()));
   return result::success;
 }
@@ -37,24 +37,26 @@ char* trim_key(char* line) {
 
 }  // namespace
 
-VESK_JNI(jint, PostfixJNI, postfixReload)(JNIEnv*, jobject) { return runTool("postfix reload"); }
+VESK_JNI(jint, PostfixJNI, postfixReload)(JNIEnv*, jobject) {
+  return runTool("PostfixJNI.postfixReload", "postfix reload");
+}
 
 VESK_JNI(jint, PostfixJNI, isPostfixExist)(JNIEnv*, jobject) {
-  return commandPrints(postfixCommandSize, "which postconf");
+  return commandPrints("PostfixJNI.isPostfixExist", postfixCommandSize, "which postconf");
 }
 
 VESK_JNI(jint, PostfixJNI, postmap)(JNIEnv* env, jobject, jstring file) {
   if (file == nullptr) return result::nullArgument;
   const VeskJniString name(env, file);
-  return runTool("postmap %s", name.str);
+  return runTool("PostfixJNI.postmap", "postmap %s", name.str);
 }
 
 // A longer name that begins with the key and is printed before it hides the key.
 VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) {
   if (key == nullptr) return result::nullArgument;
   const VeskJniString name(env, key);
-  CommandLine command(postfixCommandSize);
-  if (!command.format("postconf -n | grep \"^%s\"", name.str)) return result::commandNotFormed;
+  CommandLine command("PostfixJNI.isKeyConfigured", postfixCommandSize);
+  if (!command.format("postconf -n | grep \"^%s\"", name.str)) return command.failure();
   OutputLine line;
   const jint code = readFirstLine(command.c_str(), line);
   if (code == result::commandPrintedNothing) return result::keyNotConfigured;
@@ -68,8 +70,8 @@ VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) {
 VESK_JNI(jint, PostfixJNI, getPostconf)(JNIEnv* env, jobject, jstring key, jobject list) {
   if (key == nullptr) return result::nullArgument;
   const VeskJniString name(env, key);
-  CommandLine command(postfixCommandSize);
-  if (!command.format("postconf | grep \"^%s\"", name.str)) return result::commandNotFormed;
+  CommandLine command("PostfixJNI.getPostconf", postfixCommandSize);
+  if (!command.format("postconf | grep \"^%s\"", name.str)) return command.failure();
   OutputLine line;
   if (const jint code = readFirstLine(command.c_str(), line); code != result::success) return code;
   return formJArrListStr(env, trim_key(line.text), list);
@@ -80,7 +82,7 @@ VESK_JNI(jint, PostfixJNI, setPostconf)(JNIEnv* env, jobject, jstring key, jstri
   if (anyNull(key, value)) return result::nullArgument;
   const VeskJniString name(env, key);
   const VeskJniString text(env, value);
-  return runTool("postconf -e '%s=%s'", name.str, text.str);
+  return runTool("PostfixJNI.setPostconf", "postconf -e '%s=%s'", name.str, text.str);
 }
 
 // Inert, like getPEMFile: nothing is written or read.
@@ -94,11 +96,11 @@ VESK_JNI(jint, PostfixJNI, getPEMFile)(JNIEnv*, jobject, jstring, jstring, jstri
 VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, jboolean isKey) {
   if (path == nullptr) return result::nullArgument;
   const VeskJniString file(env, path);
-  CommandLine command(verifierCommandSize);
+  CommandLine command("PostfixJNI.checkPEMFormat", verifierCommandSize);
   // Without VESK_HOME the command names no file, and nothing is valid.
   if (!command.format("%s/bin/pemverify %s %s", std::getenv("VESK_HOME"), isKey ? "-k" : "-c",
                       file.str)) {
-    return result::certificateRejected;
+    return command.failure(result::certificateRejected);
   }
   Log::LogByLevel(4, "begin to execute cmd [%s]", command.c_str());
   const jint code = exitCode(runInShell(command.c_str()));

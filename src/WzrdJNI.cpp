@@ -141,8 +141,8 @@ WZRD_SETTERS(DEFINE_SETTER)
   VESK_JNI(jint, WzrdJNI, method)(JNIEnv * env, jobject, jstring device, jobject list) { \
     if (device == nullptr) return result::nullArgument;                                  \
     const VeskJniString name(env, device);                                               \
-    CommandLine command(wizardCommandSize);                                              \
-    if (!command.format(text, name.str)) return result::commandNotFormed;                \
+    CommandLine command("WzrdJNI." #method, wizardCommandSize);                          \
+    if (!command.format(text, name.str)) return command.failure();                       \
     return interfaceValue(env, list, "WzrdJNI." #method what, command);                  \
   }
 WZRD_INTERFACE_READERS(DEFINE_INTERFACE_READER)
@@ -235,17 +235,17 @@ VESK_JNI(jint, WzrdJNI, checkDNS)(JNIEnv*, jobject, jstring) { return result::su
 
 VESK_JNI(jint, WzrdJNI, getContinentList)(JNIEnv* env, jobject, jobject list) {
   if (list == nullptr) return result::nullArgument;
-  CommandLine command(wizardCommandSize);
-  if (!command.format("/etc/tzselect continent list")) return result::commandNotFormed;
+  CommandLine command("WzrdJNI.getContinentList", wizardCommandSize);
+  if (!command.format("/etc/tzselect continent list")) return command.failure();
   return linesToList(env, list, "WzrdJNI.getContList", command);
 }
 
 VESK_JNI(jint, WzrdJNI, getCountryList)(JNIEnv* env, jobject, jstring continent, jobject list) {
   if (anyNull<jobject>(continent, list)) return result::nullArgument;
   const VeskJniString continentName(env, continent);
-  CommandLine command(wizardCommandSize);
+  CommandLine command("WzrdJNI.getCountryList", wizardCommandSize);
   if (!command.format("/etc/tzselect country \"%s\" list", continentName.str)) {
-    return result::commandNotFormed;
+    return command.failure();
   }
   return linesToList(env, list, "WzrdJNI.getRegnList", command);
 }
@@ -255,10 +255,10 @@ VESK_JNI(jint, WzrdJNI, getCityList)
   if (anyNull<jobject>(continent, country, list)) return result::nullArgument;
   const VeskJniString continentName(env, continent);
   const VeskJniString countryName(env, country);
-  CommandLine command(wizardCommandSize);
+  CommandLine command("WzrdJNI.getCityList", wizardCommandSize);
   if (!command.format("/etc/tzselect country \"%s\" \"%s\" list", continentName.str,
                       countryName.str)) {
-    return result::commandNotFormed;
+    return command.failure();
   }
   return linesToList(env, list, "WzrdJNI.getCityList", command);
 }
@@ -279,8 +279,8 @@ VESK_JNI(jint, WzrdJNI, setTimeZone)
 VESK_JNI(jint, WzrdJNI, setDateTime)(JNIEnv* env, jobject, jstring dateTime) {
   if (dateTime == nullptr) return result::nullArgument;
   const VeskJniString text(env, dateTime);
-  CommandLine command(wizardActionSize);
-  if (!command.format("unset TZ;/bin/date --set=\"%s\"", text.str)) return result::commandNotFormed;
+  CommandLine command("WzrdJNI.setDateTime", wizardActionSize);
+  if (!command.format("unset TZ;/bin/date --set=\"%s\"", text.str)) return command.failure();
   LogPrintf("WzrdJNI.setDateTime szCmd: [%s]", command.c_str());
   LogPrintf("WzrdJNI.setDateTime nRet: [%d]", runInShell(command.c_str()));
   const int status = runInShell("/sbin/hwclock --utc -w");

@@ -76,14 +76,14 @@ TEST_F(CommandTest, CommandIsCutAtItsBuffer) {
 
 TEST_F(CommandTest, ExistenceTestIsNotLogged) {
   seams.output = "/usr/sbin/postconf\n";
-  EXPECT_EQ(0, commandPrints(postfixCommandSize, "which %s", "postconf"));
+  EXPECT_EQ(0, commandPrints("Peer.method", postfixCommandSize, "which %s", "postconf"));
   seams.output = "";
-  EXPECT_EQ(102, commandPrints(postfixCommandSize, "which none"));
+  EXPECT_EQ(102, commandPrints("Peer.method", postfixCommandSize, "which none"));
   EXPECT_EQ((Calls{"popen r which postconf", "pclose", "popen r which none", "pclose"}),
             product.calls);
-  EXPECT_EQ(100, commandPrints(postfixCommandSize, "%ls", unprintable));
+  EXPECT_EQ(100, commandPrints("Peer.method", postfixCommandSize, "%ls", unprintable));
   seams.popenFails = true;
-  EXPECT_EQ(101, commandPrints(postfixCommandSize, "which none"));
+  EXPECT_EQ(101, commandPrints("Peer.method", postfixCommandSize, "which none"));
 }
 
 TEST_F(CommandTest, ActionAnswersInEitherForm) {

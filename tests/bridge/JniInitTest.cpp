@@ -24,10 +24,11 @@ TEST_F(JniInitTest, StepsInOrder) {
   tui.initialised = false;
   product.settings["log_level/ui"] = "DETAIL";
   EXPECT_EQ(0, initialize());
-  EXPECT_EQ((Calls{"log 3 adminUI log config file: /vesk/config/vesk.ini",
-                   "store /vesk/config/vesk.ini", "sink 1 store 1 2 vesk", "setting log_level/ui 0",
-                   "log 3 adminUI log level: DETAIL", "level sink 2", "update /vesk"}),
-            product.calls);
+  EXPECT_EQ(
+      (Calls{"log 3 adminUI log config file: /vesk/config/vesk.ini", "store /vesk/config/vesk.ini",
+             "sink 1 store 1 2 vesk", "setting log_level/ui 0", "log 3 adminUI log level: DETAIL",
+             "level sink 2", "store (null)", "setting bridge/guard 0", "update /vesk"}),
+      product.calls);
 }
 
 TEST_F(JniInitTest, SecondCallStartsNoSecondUpdateEngineAndKeepsTheFirstClass) {

@@ -55,7 +55,8 @@ public enum ResultCode implements Coded {
             "read the log: its last line names the reason; try 'agent test'"),
 
     NULL_ARGUMENT(500, Kind.REFUSED, "a required argument was null",
-            "the caller left a field empty that must be filled", "give every argument a value"),
+            "the caller left a field empty that must be filled, or the guard refused a value for the shell",
+            "give every argument a value; the log names what the guard refused"),
     STRING_NOT_CREATED(501, Kind.FAILED, "a Java string could not be made",
             "the VM is out of memory", "give the VM more memory (-Xmx)"),
     ADD_REFUSED(503, Kind.FAILED, "the result list did not take an element",
