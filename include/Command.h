@@ -87,7 +87,9 @@ using LineTaker = std::function<void(OutputLine& line)>;
 // The exit code, 0 to 255, out of a raw wait status. It is 0, too, when the shell itself died by a
 // signal; a command that did comes out as 128 and the signal, unless the shell replaced itself with
 // it.
-[[nodiscard]] constexpr jint exitCode(int status) { return (status >> 8) & 255; }
+[[nodiscard]] constexpr jint exitCode(int status) {
+  return static_cast<jint>(static_cast<unsigned>(status) >> 8 & 255U);
+}
 
 // Query: the first output line, without its newline, becomes one element of `list`. `method` is the
 // Java class and method joined by a dot and begins the log lines. Returns 0, 100, 101, 102, 500

@@ -75,6 +75,7 @@ bool parseRule(char* line, Rule& rule) {
 // takes longer than making it.
 class TableLines {
  public:
+  // Only what was written to `gathered` is read. cppcheck-suppress uninitMemberVar
   TableLines(std::FILE* to, const char* action)
       : out(to), tail(action), tailLength(std::strlen(action)) {}
   ~TableLines() { flush(); }
@@ -184,7 +185,8 @@ void enumerate(const char* address, int prefix, TableLines& lines) {
   // Counted, since nothing lies behind 255.255.255.255.
   for (std::uint32_t i = 0; i < count; ++i) {
     char key[KEY_WIDTH];
-    lines.write(key, printParts(network + i * step, 4 - hostOctets, key));
+    const std::size_t length = printParts(network + i * step, 4 - hostOctets, key);
+    lines.write(key, length);
   }
 }
 

@@ -59,7 +59,7 @@ TEST_F(JniInitTest, LevelNames) {
     product.settings["general/log_level"] = name;
     initLog();
     EXPECT_EQ("level sink " + std::to_string(level), product.calls.back()) << name;
-    EXPECT_EQ("setting general/log_level 0", product.calls.end()[-3]) << name;
+    EXPECT_EQ("setting general/log_level 0", *(product.calls.end() - 3)) << name;
   }
 }
 

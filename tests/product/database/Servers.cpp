@@ -27,7 +27,7 @@ class Sqlite : public Database {
   }
 
   AdminDBSetting setting() const override { return {"SQLite3", "", file, "", ""}; }
-  void run(const std::string& sql) override { run(*open(file), sql); }
+  void run(const std::string& sql) final { run(*open(file), sql); }
   std::shared_ptr<void> lockTable() override {
     std::shared_ptr<sqlite3> owner = open(file);
     run(*owner, "BEGIN EXCLUSIVE");
@@ -72,7 +72,7 @@ class Postgres : public Database {
   AdminDBSetting setting() const override {
     return {"PostgreSQL Unicode", folder, "vesk", "owner", ""};
   }
-  void run(const std::string& sql) override {
+  void run(const std::string& sql) final {
     if (std::system((psql + " <" + dir.write("sql", sql)).c_str()) != 0) {
       throw std::runtime_error("psql failed");
     }
