@@ -7,6 +7,7 @@
 #include <iterator>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -22,22 +23,25 @@ Names namesIn(const std::string& content, const char* pattern) {
   return names;
 }
 
-// What the library lets others see, without its own version tags.
-Names exported() {
-  std::FILE* nm = popen("nm -D --defined-only '" VESK_LIBRARY "'", "r");
+// What a library lets others see, without its own version tags; C++ names as they are written.
+Names exportedBy(const std::string& library) {
+  std::FILE* nm = popen(("nm -D -C --defined-only '" + library + "'").c_str(), "r");
   std::string listing;
   for (int c = std::fgetc(nm); c != EOF; c = std::fgetc(nm)) listing += static_cast<char>(c);
   EXPECT_EQ(0, pclose(nm));
-  return namesIn(listing, "[0-9a-f]+ [A-Za-z] (\\S+)");
+  return namesIn(listing, "[0-9a-f]+ [A-Za-z] ([^\n]+)");
+}
+
+std::string contentOf(const std::filesystem::path& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // The entry points that the peer classes declare, as javac spells them.
 Names declared() {
   Names names;
   for (const auto& header : std::filesystem::directory_iterator(VESK_PEER_HEADERS)) {
-    std::ifstream file(header.path());
-    const std::string content(std::istreambuf_iterator<char>(file), {});
-    names.merge(namesIn(content, "JNICALL (Java_\\w+)"));
+    names.merge(namesIn(contentOf(header.path()), "JNICALL (Java_\\w+)"));
   }
   return names;
 }
@@ -46,8 +50,22 @@ TEST(ExportsTest, NativeMethodsOfThePeersAndTheVersionAndNothingElse) {
   Names promised = declared();
   EXPECT_GE(promised.size(), 9U);
   promised.insert({"GetVeskVersion", "GetVeskVersionStr"});
-  EXPECT_THAT(exported(),
+  EXPECT_THAT(exportedBy(VESK_LIBRARY),
               testing::ContainerEq(promised));  // names what is missing and what is extra
+}
+
+// The list is what the linker exports by, so a name that is missing was renamed or got other
+// arguments: programs that were linked before do not find it any more.
+TEST(ExportsTest, ProductLibrariesExportTheirListsAndNothingElse) {
+  std::istringstream libraries(VESK_PRODUCT_NAMES);
+  for (std::string name; libraries >> name;) {
+    const std::string list = contentOf(VESK_SOURCE_DIR "/product/" + name + "/exports.map");
+    const Names promised = namesIn(list, "\n {4,}\"?([^\n]*[^\n\"{}*])\"?;");
+    EXPECT_FALSE(promised.empty()) << name;
+    EXPECT_THAT(exportedBy(VESK_BINARY_DIR "/lib/libvesk" + name + ".so"),
+                testing::ContainerEq(promised))
+        << name;
+  }
 }
 
 }  // namespace
