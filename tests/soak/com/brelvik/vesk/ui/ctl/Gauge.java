@@ -6,16 +6,22 @@ import java.lang.management.ManagementFactory;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
+import java.util.Collections;
+import java.util.Comparator;
 import java.util.List;
+import java.util.Map;
+import java.util.TreeMap;
 import java.util.function.ToDoubleFunction;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
+import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import javax.management.JMException;
 import javax.management.ObjectName;
 
 /** What this process holds, sampled as calls go by. */
 final class Gauge {
+    private static final int WINDOWS = 25;
     private static final Path OWN = Path.of("/proc/self");
 
     /**
@@ -45,22 +51,43 @@ final class Gauge {
                 status("Threads"));
     }
 
-    /** Bytes a thousand calls, by least squares over the samples after a first third to warm up. */
+    /**
+     * Bytes a thousand calls, by least squares after a first third to warm up. Of each of some windows the lowest
+     * sample counts: the others have what the calls of that moment hold, which a leak does not.
+     */
     synchronized double slope(ToDoubleFunction<Sample> figure) {
         List<Sample> steady = samples.subList(samples.size() / 3, samples.size());
-        double meanCalls = steady.stream().mapToDouble(Sample::calls).average().orElse(0);
-        double mean = steady.stream().mapToDouble(figure).average().orElse(0);
+        int window = Math.max(1, steady.size() / WINDOWS);
+        List<Sample> lowest = new ArrayList<>();
+        for (int i = 0; i + window <= steady.size(); i += window) {
+            lowest.add(Collections.min(steady.subList(i, i + window), Comparator.comparingDouble(figure)));
+        }
+        double meanCalls = lowest.stream().mapToDouble(Sample::calls).average().orElse(0);
+        double mean = lowest.stream().mapToDouble(figure).average().orElse(0);
         double above = 0;
         double below = 0;
-        for (Sample sample : steady) {
+        for (Sample sample : lowest) {
             above += (sample.calls - meanCalls) * (figure.applyAsDouble(sample) - mean);
             below += (sample.calls - meanCalls) * (sample.calls - meanCalls);
         }
         return below == 0 ? 0 : 1000 * above / below;
     }
 
-    synchronized int size() {
-        return samples.size();
+    /** One a line: calls, C heap, memory, kept bytes, descriptors, threads. */
+    synchronized void write(Path file) throws IOException {
+        Files.write(file, samples.stream().map(sample -> String.join(" ", List.of("" + sample.calls, "" + sample.heap,
+                "" + sample.resident, "" + sample.kept.bytes(), "" + sample.descriptors, "" + sample.threads)))
+                .toList());
+    }
+
+    /** How many descriptors there are of each kind. */
+    static Map<String, Long> kinds() {
+        try (Stream<Path> files = Files.list(OWN.resolve("fd"))) {
+            return files.map(Gauge::kind).collect(Collectors.groupingBy(kind -> kind, TreeMap::new,
+                    Collectors.counting()));
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
     }
 
     static Children children() {
@@ -102,6 +129,14 @@ final class Gauge {
             return Files.readString(process.resolve("stat")).replaceFirst("(?s).*\\) ", "").split(" ", 3);
         } catch (IOException e) {
             return new String[0]; // it has ended
+        }
+    }
+
+    private static String kind(Path descriptor) {
+        try {
+            return Files.readSymbolicLink(descriptor).toString().replaceFirst(":\\[\\d+\\]$", "");
+        } catch (IOException e) {
+            return "gone";
         }
     }
 

@@ -1,5 +1,7 @@
 package com.brelvik.vesk.ui.ctl;
 
+import com.brelvik.vesk.ui.modelobjects.jni.BackupJNI;
+import com.brelvik.vesk.ui.modelobjects.jni.CorsaJNI;
 import com.brelvik.vesk.ui.modelobjects.jni.EuqJNI;
 import java.io.FileOutputStream;
 import java.io.IOException;
@@ -62,7 +64,7 @@ final class Soak implements Callable<Integer> {
     public Integer call() throws IOException, InterruptedException, InvocationTargetException {
         Bridge.start();
         setUp();
-        openQuarantine();
+        openServices();
         SoakTable table = new SoakTable(folder.toString(), directory);
         List<SoakCall> all = table.calls();
         refuseGaps(all);
@@ -70,11 +72,12 @@ final class Soak implements Callable<Integer> {
         steward.order("supply start");
         long open = calibrate(table.owners().get(0), table.owners().get(1));
         storm = new Storm(all, steward, threads, calls, (long) (minutes * 60e9));
-        long references = Gauge.globalReferences();
-        Gauge.Sample first = Gauge.now(0, Kept.NOTHING);
         try (PrintStream out = new PrintStream(new FileOutputStream(report, true), true, StandardCharsets.UTF_8)) {
+            long references = Gauge.globalReferences();
+            Map<String, Long> kinds = Gauge.kinds();
+            Gauge.Sample first = Gauge.now(0, Kept.NOTHING);
             out.printf("a directory connection that stays open has %d bytes%n", open);
-            SoakReport told = new SoakReport(out, storm, gauge, first, references);
+            SoakReport told = new SoakReport(out, storm, gauge, first, kinds, references);
             run(told);
             settle();
             return (told.print(steward.restarts()) ? Status.DONE : Status.FAILED).number();
@@ -97,10 +100,15 @@ final class Soak implements Callable<Integer> {
         }
     }
 
-    private static void openQuarantine() {
+    // What comes first in a console's life. The export has all that was set up, so that an import changes nothing.
+    private void openServices() {
         EuqJNI quarantine = new EuqJNI();
-        if (!quarantine.init_euq_lib() || quarantine.enableEuq() != 0 || quarantine.registEuq("scanner-a") != 0) {
-            throw new Refusal(Status.FAILED, "the end-user quarantine is not ready", "read the log");
+        boolean open = quarantine.init_euq_lib() && quarantine.enableEuq() == 0
+                && quarantine.registEuq("scanner-a") == 0;
+        String session = Tour.lines(folder + "/session").get(0);
+        if (!open || new CorsaJNI().isSessionFromCORSA(session) != 0
+                || new BackupJNI().doExport(folder + "/saved.tgz") != 0) {
+            throw new Refusal(Status.FAILED, "the appliance is not ready", "read the log");
         }
     }
 
@@ -139,7 +147,7 @@ final class Soak implements Callable<Integer> {
         return least;
     }
 
-    private void run(SoakReport told) throws InterruptedException {
+    private void run(SoakReport told) throws IOException, InterruptedException {
         Thread restarting = new Thread(steward, "steward");
         restarting.setDaemon(true);
         storm.start(seed);
@@ -154,6 +162,7 @@ final class Soak implements Callable<Integer> {
             }
         }
         storm.await();
+        gauge.write(folder.resolve("samples.log"));
         steward.end();
         restarting.join(30_000);
     }

@@ -3,13 +3,10 @@ package com.brelvik.vesk.ui.ctl;
 import com.brelvik.vesk.ui.modelobjects.UpdateComponent;
 import java.nio.file.Path;
 import java.util.ArrayList;
-import java.util.Arrays;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
-import java.util.Queue;
 import java.util.Set;
-import java.util.concurrent.ConcurrentLinkedQueue;
 import java.util.stream.Collectors;
 
 /**
@@ -24,6 +21,7 @@ final class SoakTable {
     private static final String BASE = "dc=example,dc=com";
     private static final String REALM = "@EXAMPLE.COM";
     private static final String PARENT = "parent.example.com";
+    private static final String TLS_PORT = "636"; // the console takes it for LDAPS
     private static final String UNSET = "\n"; // a line without a value comes as it is
     private static final int OFTEN = 50_000;
     private static final int LOOKUP = 5_000;
@@ -37,7 +35,6 @@ final class SoakTable {
     private final Map<String, PeerMethod> methods =
             PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
     private final List<SoakCall> calls = new ArrayList<>();
-    private final Queue<String> accepted = new ConcurrentLinkedQueue<>();
     private final String folder;
     private final String directoryPort;
     private final List<String> agents;
@@ -54,7 +51,7 @@ final class SoakTable {
     List<SoakCall> calls() {
         texts();
         directory();
-        kerberos();
+        protectedDirectory();
         agents();
         messages();
         updates();
@@ -129,12 +126,15 @@ final class SoakTable {
                 .without("directory", 201, 205);
     }
 
-    private void kerberos() {
-        Map<String, String> kerberos =
-                Map.of("auth", "kerberos", "host", "localhost", "bind-user", "console" + REALM);
-        ticket("authenticateUTF8", kerberos, "ACCOUNT", "ann" + REALM, "password", "secret-ann").answers(0)
-                .without("directory", 201, 203).without("realm", 201, 203);
-        ticket("checkBaseDN", kerberos).answers(0).without("directory", 201, 208).without("realm", 201);
+    private void protectedDirectory() {
+        lookUp("checkBaseDN", LOOKUP / 5, "port", TLS_PORT).answers(0).without("directory", 201, 208);
+        lookUp("isAccountExist", LOOKUP / 5, "port", TLS_PORT, "ACCOUNT", "ann").answers(0)
+                .without("directory", 201, 202);
+        String[] kerberos = {"auth", "kerberos", "host", "localhost", "bind-user", "console" + REALM, "ACCOUNT",
+            "ann" + REALM, "password", "secret-ann"};
+        lookUp("authenticateUTF8", LOOKUP / 5, kerberos).answers(0).without("directory", 201, 203)
+                .without("realm", 201, 203);
+        lookUp("checkBaseDN", LOOKUP / 5, kerberos).answers(0).without("directory", 201, 208).without("realm", 201);
     }
 
     private void agents() {
@@ -188,20 +188,12 @@ final class SoakTable {
     private void signOn() {
         SessionIssuer console = SessionIssuer.read(Path.of(folder, "console/private.pem"));
         String guid = SessionIssuer.issuer(Tour.lines(folder + "/session").get(0));
-        add("CorsaJNI.isSessionFromCORSA", LOOKUP / 2, "session", "").answers(0).fresh(0, () -> {
-            String session = console.issue(guid);
-            if (accepted.size() < 100) {
-                accepted.add(session);
-            }
-            return session;
-        });
+        add("CorsaJNI.isSessionFromCORSA", LOOKUP / 2, "session", "").answers(0).fresh(0, () -> console.issue(guid));
         add("CorsaJNI.isSessionFromCORSA", LOOKUP, "session", "nonsense").answers(-4);
         add("CorsaJNI.isSessionFromCORSA", LOOKUP, "session",
                 Tour.lines(folder + "/foreign").get(0)).answers(-6);
-        add("CorsaJNI.CreateReponse", LOOKUP / 2, "session", "").answers("text").fresh(0, () -> {
-            String session = accepted.poll();
-            return session != null ? session : console.issue(guid);
-        });
+        // The console's sessions are accepted before, by the set-up.
+        add("CorsaJNI.CreateReponse", LOOKUP / 2, "session", "").answers("text").fresh(0, () -> console.issue(guid));
     }
 
     private void reputation() {
@@ -274,7 +266,7 @@ final class SoakTable {
         // What Postfix says of the same file is the answer.
         add("WzrdJNI.enableIPv6", CHANGE).answers(0);
         add("WzrdJNI.disableIPv6", CHANGE).answers(0);
-        add("WzrdJNI.applyNetworkSettings", CHANGE).answers(0, 5).within(120);
+        add("WzrdJNI.applyNetworkSettings", CHANGE).answers(0, 5, 7).within(120);
         add("WzrdJNI.setTimeZone", CHANGE, "CONTINENT", "Asia", "COUNTRY", "Japan", "CITY", "Tokyo")
                 .answers(0, 4 << 8);
         add("WzrdJNI.setDateTime", CHANGE, "TIME", "2031-02-03 04:05:06").answers(0);
@@ -316,12 +308,6 @@ final class SoakTable {
                 "secret-console"));
         all.putAll(byName(arguments));
         return add("LdapJNI." + method, share, all);
-    }
-
-    private SoakCall ticket(String method, Map<String, String> kerberos, String... arguments) {
-        List<String> all = new ArrayList<>(Arrays.asList(arguments));
-        kerberos.forEach((name, text) -> all.addAll(List.of(name, text)));
-        return lookUp(method, LOOKUP / 5, all.toArray(String[]::new));
     }
 
     private SoakCall agent(String method, String[] address, String... arguments) {
