@@ -1,5 +1,6 @@
-#include <signal.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include "JniCommon.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_SystemJNI.h"
