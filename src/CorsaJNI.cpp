@@ -124,7 +124,7 @@ int GetGuids(std::vector<std::string>& guids) {
   return static_cast<int>(guids.size());
 }
 
-VESK_JNI(jint, CorsaJNI, isSessionFromCORSA)(JNIEnv* env, jobject, jstring sessionData) {
+VESK_JNI(jint, CorsaJNI, isSessionFromCORSA)(JNIEnv* env, jobject, jstring sessionData) try {
   Log::LogByLevel(3, "CORSAJNI::isSessionFromCorsa Enter");
   const VeskJniString session(env, sessionData);
   Log::LogByLevel(3, "CORSAJNI::pSessionData=%s", session.str);
@@ -150,8 +150,9 @@ VESK_JNI(jint, CorsaJNI, isSessionFromCORSA)(JNIEnv* env, jobject, jstring sessi
   Log::LogByLevel(3, "CORSAJNI::isSessionFromCorsa false,leave");
   return code;
 }
+VESK_ON_EXCEPTION(result::noConsoleGuid)
 
-VESK_JNI(jstring, CorsaJNI, CreateReponse)(JNIEnv* env, jobject, jstring sessionData) {
+VESK_JNI(jstring, CorsaJNI, CreateReponse)(JNIEnv* env, jobject, jstring sessionData) try {
   Log::LogByLevel(3, "CORSAJNI::CreateReponse Enter");
   const VeskJniString session(env, sessionData);
   Log::LogByLevel(3, "CORSAJNI::CreateReponse pSessionData=%s", session.str);
@@ -165,3 +166,4 @@ VESK_JNI(jstring, CorsaJNI, CreateReponse)(JNIEnv* env, jobject, jstring session
   Log::LogByLevel(3, "CORSAJNI::CreateReponse Response=%s", response);
   return env->NewStringUTF(ModifiedUtf8(response).c_str());
 }
+VESK_ON_EXCEPTION(env->NewStringUTF(""))

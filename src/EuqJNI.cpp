@@ -8,6 +8,9 @@
 
 namespace {
 
+// When memory ends on the way to the store or back.
+constexpr jint storeFailed = EUQ_DATABASE;
+
 // The result of a job, frozen from the first time that it could be fetched to the next start of the
 // job: code, text and whether it was fetched in one pointer to what does not change, so that no
 // thread sees half of it. All are kept, in a chain, until the process ends: another thread may be
@@ -49,12 +52,14 @@ const JobResult* fetchOnce(ResultCache& cache, const Fetch& fetch) {
 }
 
 // Once more behind the start: until it took effect, another thread could still fetch the old
-// result.
+// result. Both are made before, so that a job that was started is told as one.
 template <typename Start>
 jint started(ResultCache& cache, const Start& start) {
-  cache = keep({});
+  const JobResult* const none = keep({});
+  const JobResult* const noneSince = keep({});
+  cache = none;
   const int code = start();
-  cache = keep({});
+  cache = noneSince;
   return code;
 }
 
@@ -65,40 +70,52 @@ jstring textOf(JNIEnv* env, const JobResult* result) {
 }  // namespace
 
 // Each hands the library's answer on as it is.
-#define EUQ_CALL(result, method, function) \
-  VESK_JNI(result, EuqJNI, method)(JNIEnv*, jobject) { return function(); }
-#define EUQ_RESULT(cache, method, method_s, function)                                           \
-  VESK_JNI(jint, EuqJNI, method)(JNIEnv*, jobject) { return fetchOnce(cache, function)->code; } \
-  VESK_JNI(jstring, EuqJNI, method_s)(JNIEnv * env, jobject) {                                  \
-    return textOf(env, fetchOnce(cache, function));                                             \
-  }
+#define EUQ_CALL(method, function)                                            \
+  VESK_JNI(jint, EuqJNI, method)(JNIEnv*, jobject) try { return function(); } \
+  VESK_ON_EXCEPTION(storeFailed)
+#define EUQ_QUESTION(method, function)                                            \
+  VESK_JNI(jboolean, EuqJNI, method)(JNIEnv*, jobject) try { return function(); } \
+  VESK_ON_EXCEPTION(JNI_FALSE)
+#define EUQ_RESULT(cache, method, method_s, function)              \
+  VESK_JNI(jint, EuqJNI, method)(JNIEnv*, jobject) try {           \
+    return fetchOnce(cache, function)->code;                       \
+  }                                                                \
+  VESK_ON_EXCEPTION(notFetched.code)                               \
+  VESK_JNI(jstring, EuqJNI, method_s)(JNIEnv * env, jobject) try { \
+    return textOf(env, fetchOnce(cache, function));                \
+  }                                                                \
+  VESK_ON_EXCEPTION(textOf(env, &notFetched))
 
-EUQ_CALL(jboolean, init_1euq_1lib, init_euq_lib)
-EUQ_CALL(jint, enableEuq, enable_euq)
-EUQ_CALL(jint, disableEuq, disable_euq)
-EUQ_CALL(jint, restartEuq, restart_euq)
-EUQ_CALL(jboolean, isEuqEnable, is_euq_enable)
-EUQ_CALL(jint, enableDlMaintain, enable_dl_maintain)
-EUQ_CALL(jint, disableDlMaintain, disable_dl_maintain)
-EUQ_CALL(jboolean, isDlMaintainEnable, is_dl_maintain_enable)
-EUQ_CALL(jint, cancelTransferEuqData, cancel_transfer_euq_data)
-EUQ_CALL(jboolean, isTransferringEuqData, is_transferring_euq_data)
-EUQ_CALL(jboolean, isRemovingEuqData, is_removing_euq_data)
+EUQ_QUESTION(init_1euq_1lib, init_euq_lib)
+EUQ_CALL(enableEuq, enable_euq)
+EUQ_CALL(disableEuq, disable_euq)
+EUQ_CALL(restartEuq, restart_euq)
+EUQ_QUESTION(isEuqEnable, is_euq_enable)
+EUQ_CALL(enableDlMaintain, enable_dl_maintain)
+EUQ_CALL(disableDlMaintain, disable_dl_maintain)
+EUQ_QUESTION(isDlMaintainEnable, is_dl_maintain_enable)
+EUQ_CALL(cancelTransferEuqData, cancel_transfer_euq_data)
+EUQ_QUESTION(isTransferringEuqData, is_transferring_euq_data)
+EUQ_QUESTION(isRemovingEuqData, is_removing_euq_data)
 EUQ_RESULT(s_TransferResult, getTransferEuqResult, getTransferEuqResult_1s, get_transfer_euq_result)
 EUQ_RESULT(s_RemoveResult, getRemoveEuqResult, getRemoveEuqResult_1s, get_remove_euq_result)
 
 // The VM's copy of the name is never given back, on purpose. A null name is the library's to
 // refuse.
-VESK_JNI(jint, EuqJNI, registEuq)(JNIEnv* env, jobject, jstring name) {
+VESK_JNI(jint, EuqJNI, registEuq)(JNIEnv* env, jobject, jstring name) try {
   return regist_euq(name != nullptr ? keptText(env, name) : nullptr);
 }
+VESK_ON_EXCEPTION(storeFailed)
 
-VESK_JNI(jint, EuqJNI, unregistEuq)(JNIEnv*, jobject, jint area) { return unregist_euq(area); }
+VESK_JNI(jint, EuqJNI, unregistEuq)(JNIEnv*, jobject, jint area) try { return unregist_euq(area); }
+VESK_ON_EXCEPTION(storeFailed)
 
-VESK_JNI(jint, EuqJNI, transferEuqData)(JNIEnv*, jobject, jint area) {
+VESK_JNI(jint, EuqJNI, transferEuqData)(JNIEnv*, jobject, jint area) try {
   return started(s_TransferResult, [area] { return transfer_euq_data(area); });
 }
+VESK_ON_EXCEPTION(storeFailed)
 
-VESK_JNI(jint, EuqJNI, removeEuqData)(JNIEnv*, jobject) {
+VESK_JNI(jint, EuqJNI, removeEuqData)(JNIEnv*, jobject) try {
   return started(s_RemoveResult, remove_euq_data);
 }
+VESK_ON_EXCEPTION(storeFailed)

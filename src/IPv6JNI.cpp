@@ -78,18 +78,19 @@ bool FormatIPv6Addr(std::string& address, bool withMask) {
   return true;
 }
 
-#define DEFINE_FORMATTER(method, withMask)                                     \
-  VESK_JNI(jstring, IPv6JNI, method)(JNIEnv * env, jobject, jstring address) { \
-    Log::LogByLevel(3, "IPv6JNI::" #method " Enter");                          \
-    if (address == nullptr) return env->NewStringUTF("");                      \
-    const VeskJniString input(env, address);                                   \
-    std::string working = input.str;                                           \
-    Log::LogByLevel(3, "IPv6JNI::" #method " ipv6Addr=%s", working.c_str());   \
-    if (!FormatIPv6Addr(working, withMask)) {                                  \
-      Log::LogByLevel(3, "IPv6JNI::" #method " failed: %s", input.str);        \
-      working.clear();                                                         \
-    }                                                                          \
-    return env->NewStringUTF(working.c_str());                                 \
-  }
+#define DEFINE_FORMATTER(method, withMask)                                         \
+  VESK_JNI(jstring, IPv6JNI, method)(JNIEnv * env, jobject, jstring address) try { \
+    Log::LogByLevel(3, "IPv6JNI::" #method " Enter");                              \
+    if (address == nullptr) return env->NewStringUTF("");                          \
+    const VeskJniString input(env, address);                                       \
+    std::string working = input.str;                                               \
+    Log::LogByLevel(3, "IPv6JNI::" #method " ipv6Addr=%s", working.c_str());       \
+    if (!FormatIPv6Addr(working, withMask)) {                                      \
+      Log::LogByLevel(3, "IPv6JNI::" #method " failed: %s", input.str);            \
+      working.clear();                                                             \
+    }                                                                              \
+    return env->NewStringUTF(working.c_str());                                     \
+  }                                                                                \
+  VESK_ON_EXCEPTION(env->NewStringUTF(""))
 DEFINE_FORMATTER(formatIPv6Addr, false)
 DEFINE_FORMATTER(formatIPv6WithMask, true)

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "ModifiedUtf8.h"
+#include "product/log.h"
 
 jclass jArrLClz = nullptr;
 jmethodID jArrLCon = nullptr;
@@ -34,6 +36,22 @@ jint addText(JNIEnv* env, const char* text, jobject list) {
 }
 
 }  // namespace
+
+void logException(const char* entryPoint) noexcept {
+  const char* name = std::strstr(entryPoint, "jni_");
+  name = name != nullptr ? name + std::strlen("jni_") : entryPoint;
+  try {
+    const char* reason = "unexpected failure; report it with the lines before";
+    try {
+      throw;
+    } catch (const std::bad_alloc&) {
+      reason = "out of memory; restart the console and watch its memory";
+    } catch (...) {
+    }
+    VESK::Log::LogByLevel(1, "%s: %s", name, reason);
+  } catch (...) {  // not even a log
+  }
+}
 
 VeskJniString::VeskJniString(JNIEnv* jniEnv, jstring s)
     : env(jniEnv), str(emptyText), jstr(s), buf(nullptr), fromUtf(false) {

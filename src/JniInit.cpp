@@ -94,7 +94,7 @@ void initAU() {
 
 // A second call does everything again but for the update engine; the class reference of the first
 // is not deleted, since another thread may be using it.
-VESK_JNI(jint, JniInit, initializeJNI)(JNIEnv* env, jobject) {
+VESK_JNI(jint, JniInit, initializeJNI)(JNIEnv* env, jobject) try {
   initLog();
   setGuard(settingText(loadedSettings(), "bridge", "guard").c_str());
   initAU();
@@ -105,3 +105,4 @@ VESK_JNI(jint, JniInit, initializeJNI)(JNIEnv* env, jobject) {
   if (jArrLClz == nullptr) return result::globalRefNotMade;
   return resolveListMethods(env);
 }
+VESK_ON_EXCEPTION(result::globalRefNotMade)

@@ -5,7 +5,7 @@
 
 // Resolves the list class itself, so that it works before initializeJNI has.
 VESK_JNI(jint, KerberosJNI, getSpnFromKeytab)
-(JNIEnv* env, jobject, jstring keytabPath, jobject resultList) {
+(JNIEnv* env, jobject, jstring keytabPath, jobject resultList) try {
   if (keytabPath == nullptr) return result::nullArgument;
   char principal[1024] = {};
   // Never released, on purpose.
@@ -23,3 +23,4 @@ VESK_JNI(jint, KerberosJNI, getSpnFromKeytab)
   env->DeleteLocalRef(element);
   return result::success;
 }
+VESK_ON_EXCEPTION(result::stringNotCreated)

@@ -165,7 +165,7 @@ struct SyncFailFiles {
 
 VESK_JNI(jint, LdapJNI, authenticateUTF8)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jbyteArray user,
- jbyteArray password) {
+ jbyteArray password) try {
   if (anyNull<jobject>(host, user, password)) return result::nullArgument;
   const VeskJniString hostText(env, host);
   const JniByteText<256> userText(env, user);
@@ -182,12 +182,13 @@ VESK_JNI(jint, LdapJNI, authenticateUTF8)
   session.close();
   return result::success;
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 // attrStr is not among the arguments that give 500; a null one reads as the empty name.
 VESK_JNI(jint, LdapJNI, directSearchLDAPUTF8)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
  jstring bindPassword, jstring baseDN, jbyteArray searchStr, jbyteArray attrStr,
- jobject resultList) {
+ jobject resultList) try {
   if (anyNull<jobject>(host, bindUser, bindPassword, baseDN, searchStr, resultList)) {
     return result::nullArgument;
   }
@@ -215,11 +216,12 @@ VESK_JNI(jint, LdapJNI, directSearchLDAPUTF8)
   session.close();
   return result::success;
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, searchLDAPUTF8)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
  jstring bindPassword, jstring baseDN, jbyteArray searchStr, jboolean groupOnly,
- jobject resultList) {
+ jobject resultList) try {
   if (anyNull<jobject>(host, bindUser, bindPassword, baseDN, searchStr, resultList)) {
     return result::nullArgument;
   }
@@ -229,10 +231,11 @@ VESK_JNI(jint, LdapJNI, searchLDAPUTF8)
   if (const jint code = session.openWithScript(to); code != result::success) return code;
   return listNames(env, session, to.baseDN(), text.c_str(), groupOnly, resultList);
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, browseLDAP)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
- jstring bindPassword, jstring baseDN, jboolean groupOnly, jobject resultList) {
+ jstring bindPassword, jstring baseDN, jboolean groupOnly, jobject resultList) try {
   if (anyNull<jobject>(host, bindUser, bindPassword, baseDN, resultList)) {
     return result::nullArgument;
   }
@@ -241,10 +244,11 @@ VESK_JNI(jint, LdapJNI, browseLDAP)
   if (const jint code = session.openWithScript(to); code != result::success) return code;
   return listNames(env, session, to.baseDN(), nullptr, groupOnly, resultList);
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, isLDAPGroupContainAnotherUTF8)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
- jstring bindPassword, jstring baseDN, jbyteArray member, jbyteArray group) {
+ jstring bindPassword, jstring baseDN, jbyteArray member, jbyteArray group) try {
   if (anyNull<jobject>(host, bindUser, bindPassword, baseDN, member, group)) {
     return result::nullArgument;
   }
@@ -262,10 +266,11 @@ VESK_JNI(jint, LdapJNI, isLDAPGroupContainAnotherUTF8)
   session.close();
   return code;
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, isAccountExist)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
- jstring bindPassword, jstring baseDN, jstring account) {
+ jstring bindPassword, jstring baseDN, jstring account) try {
   if (anyNull<jobject>(host, bindUser, bindPassword, baseDN, account)) return result::nullArgument;
   const DirectoryArguments to(env, vendor, authType, host, port, bindUser, bindPassword, baseDN);
   const VeskJniString loginName(env, account);
@@ -279,11 +284,12 @@ VESK_JNI(jint, LdapJNI, isAccountExist)
   session.close();
   return exists ? result::success : result::accountNotFound;
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 // The argument before resultList is never read.
 VESK_JNI(jint, LdapJNI, getUserByMail)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
- jstring bindPassword, jstring baseDN, jbyteArray email, jstring, jobject resultList) {
+ jstring bindPassword, jstring baseDN, jbyteArray email, jstring, jobject resultList) try {
   if (anyNull<jobject>(host, bindUser, bindPassword, baseDN, email, resultList)) {
     return result::nullArgument;
   }
@@ -316,11 +322,12 @@ VESK_JNI(jint, LdapJNI, getUserByMail)
   session.close();
   return result::success;
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 // A base DN whose object classes may not be read exists all the same.
 VESK_JNI(jint, LdapJNI, checkBaseDN)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
- jstring bindPassword, jstring baseDN) {
+ jstring bindPassword, jstring baseDN) try {
   if (anyNull<jobject>(host, bindUser, bindPassword, baseDN)) return result::nullArgument;
   const DirectoryArguments to(env, vendor, authType, host, port, bindUser, bindPassword, baseDN);
   DirectorySession session;
@@ -332,9 +339,10 @@ VESK_JNI(jint, LdapJNI, checkBaseDN)
   session.close();
   return exists ? result::success : result::baseNotFound;
 }
+VESK_ON_EXCEPTION(result::connectionNotCreated)
 
 // A mail that could not be written is only logged.
-VESK_JNI(jint, LdapJNI, notifyLdapCacheSyncFail)(JNIEnv*, jobject) {
+VESK_JNI(jint, LdapJNI, notifyLdapCacheSyncFail)(JNIEnv*, jobject) try {
   VESK::GlobalSetting* settings = loadedSettings();
   const char* section = "General-Notification";
   std::string administrator = settingText(settings, section, "Administrator");
@@ -360,3 +368,4 @@ VESK_JNI(jint, LdapJNI, notifyLdapCacheSyncFail)(JNIEnv*, jobject) {
   }
   return result::success;
 }
+VESK_ON_EXCEPTION(noAdministrator)

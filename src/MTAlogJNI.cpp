@@ -72,7 +72,7 @@ EventText eventBuffer(jint pageSize) {
 // A failed query answers 0 too; the log tells.
 VESK_JNI(jint, MTAlogJNI, getMTAEventSubmit)
 (JNIEnv* env, jobject, jstring server, jstring keyword, jint mode, jintArray paging,
- jstring fileName, jobject list) {
+ jstring fileName, jobject list) try {
   Log::LogByLevel(3, "Enter MTAlogJNI_getMTAEventSubmit");
   if (server == nullptr) return result::nullArgument;
   const jsize length = paging != nullptr ? env->GetArrayLength(paging) : 0;
@@ -104,3 +104,4 @@ VESK_JNI(jint, MTAlogJNI, getMTAEventSubmit)
   static_cast<void>(formJArrListStr(env, texts, list));
   return result::success;
 }
+VESK_ON_EXCEPTION(result::success)

@@ -37,22 +37,25 @@ char* trim_key(char* line) {
 
 }  // namespace
 
-VESK_JNI(jint, PostfixJNI, postfixReload)(JNIEnv*, jobject) {
+VESK_JNI(jint, PostfixJNI, postfixReload)(JNIEnv*, jobject) try {
   return runTool("PostfixJNI.postfixReload", "postfix reload");
 }
+VESK_ON_EXCEPTION(result::commandNotStarted)
 
-VESK_JNI(jint, PostfixJNI, isPostfixExist)(JNIEnv*, jobject) {
+VESK_JNI(jint, PostfixJNI, isPostfixExist)(JNIEnv*, jobject) try {
   return commandPrints("PostfixJNI.isPostfixExist", postfixCommandSize, "which postconf");
 }
+VESK_ON_EXCEPTION(result::commandNotStarted)
 
-VESK_JNI(jint, PostfixJNI, postmap)(JNIEnv* env, jobject, jstring file) {
+VESK_JNI(jint, PostfixJNI, postmap)(JNIEnv* env, jobject, jstring file) try {
   if (file == nullptr) return result::nullArgument;
   const VeskJniString name(env, file);
   return runTool("PostfixJNI.postmap", "postmap %s", name.str);
 }
+VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // A longer name that begins with the key and is printed before it hides the key.
-VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) {
+VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) try {
   if (key == nullptr) return result::nullArgument;
   const VeskJniString name(env, key);
   CommandLine command("PostfixJNI.isKeyConfigured", postfixCommandSize);
@@ -65,9 +68,10 @@ VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) {
   const bool same = length < std::strlen(line.text) && line.text[length] == ' ';
   return same ? result::success : result::keyNotConfigured;
 }
+VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // The first name that begins with the key counts, whether or not it goes on behind it.
-VESK_JNI(jint, PostfixJNI, getPostconf)(JNIEnv* env, jobject, jstring key, jobject list) {
+VESK_JNI(jint, PostfixJNI, getPostconf)(JNIEnv* env, jobject, jstring key, jobject list) try {
   if (key == nullptr) return result::nullArgument;
   const VeskJniString name(env, key);
   CommandLine command("PostfixJNI.getPostconf", postfixCommandSize);
@@ -76,14 +80,16 @@ VESK_JNI(jint, PostfixJNI, getPostconf)(JNIEnv* env, jobject, jstring key, jobje
   if (const jint code = readFirstLine(command.c_str(), line); code != result::success) return code;
   return formJArrListStr(env, trim_key(line.text), list);
 }
+VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // Key and value stand in single quotes as they are.
-VESK_JNI(jint, PostfixJNI, setPostconf)(JNIEnv* env, jobject, jstring key, jstring value) {
+VESK_JNI(jint, PostfixJNI, setPostconf)(JNIEnv* env, jobject, jstring key, jstring value) try {
   if (anyNull(key, value)) return result::nullArgument;
   const VeskJniString name(env, key);
   const VeskJniString text(env, value);
   return runTool("PostfixJNI.setPostconf", "postconf -e '%s=%s'", name.str, text.str);
 }
+VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // Inert, like getPEMFile: nothing is written or read.
 VESK_JNI(jint, PostfixJNI, exportPEMFile)
@@ -93,7 +99,7 @@ VESK_JNI(jint, PostfixJNI, getPEMFile)(JNIEnv*, jobject, jstring, jstring, jstri
   return result::success;
 }
 
-VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, jboolean isKey) {
+VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, jboolean isKey) try {
   if (path == nullptr) return result::nullArgument;
   const VeskJniString file(env, path);
   CommandLine command("PostfixJNI.checkPEMFormat", verifierCommandSize);
@@ -108,11 +114,13 @@ VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, j
   Log::LogByLevel(4, "pemverify return code=%d", code);
   return result::certificateRejected;
 }
+VESK_ON_EXCEPTION(result::certificateRejected)
 
 VESK_JNI(jint, PostfixJNI, composeClientRestrictionFile)
-(JNIEnv* env, jobject, jstring inputPath, jstring outputPath) {
+(JNIEnv* env, jobject, jstring inputPath, jstring outputPath) try {
   if (anyNull(inputPath, outputPath)) return result::nullArgument;
   const VeskJniString input(env, inputPath);
   const VeskJniString output(env, outputPath);
   return writeRestrictionFile(input.str, output.str) ? result::success : result::fileNotOpened;
 }
+VESK_ON_EXCEPTION(result::fileNotOpened)

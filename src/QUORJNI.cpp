@@ -31,17 +31,18 @@ void put(wchar_t (&field)[Size], const std::string& text) {
 
 struct Proxy {
   bool enabled;
-  std::string server;
+  const char* server;
   int port;
   const char* user;
   const char* password;
 };
 
-void fill(quorServerConfig& config, const char* server, const Proxy& proxy) {
+void fill(quorServerConfig& config, const char* server, const Proxy& proxy,
+          const std::string& proxyServer) {
   put(config.serverAddr, server);
   if (!proxy.enabled) return;
   config.useProxy = true;
-  put(config.proxyServer, proxy.server);
+  put(config.proxyServer, proxyServer);
   config.proxyPort = proxy.port;
   put(config.proxyUser, proxy.user);
   put(config.proxyPassword, proxy.password);
@@ -56,13 +57,14 @@ std::string bracketed(const char* server) {
 }
 
 // Returns the code of the step that ended the check.
-int check(const char* server, const Proxy& proxy, int& errorCode) {
+int check(const char* server, const Proxy& proxy, int& errorCode) try {
+  const std::string proxyServer = bracketed(proxy.server);
   quorServerConfig config{};
   if (const int code = quorLoadDefaultServerConfigEx(QUOR_CONFIG_SERVER, &config); code != 0) {
     Log::LogByLevel(1, "load default Server configEx failed");
     return code;
   }
-  fill(config, server, proxy);
+  fill(config, server, proxy, proxyServer);
   if (const int code = quorSetServerConfigEx(&config); code != 0) {
     Log::LogByLevel(1, "[quor Handler] quorSetServerConfigEx failed, (%s:%d)", __FILE_NAME__,
                     __LINE__);
@@ -82,6 +84,7 @@ int check(const char* server, const Proxy& proxy, int& errorCode) {
                   code, errorCode, totalTime, __FILE_NAME__, __LINE__);
   return code;
 }
+VESK_ON_EXCEPTION(QUOR_NO_RESOURCES)
 
 }  // namespace
 
@@ -100,7 +103,7 @@ VESK_JNI(jintArray, QUORJNI, quorChkServerStatus)
   Log::LogByLevel(3, "ProxyUserName:%s", user.str);
   jintArray answer = env->NewIntArray(2);
   if (answer == nullptr) return nullptr;  // the VM throws its own OutOfMemoryError
-  const Proxy proxy{enableProxy == 1, bracketed(host.str), proxyPort, user.str, password.str};
+  const Proxy proxy{enableProxy == 1, host.str, proxyPort, user.str, password.str};
   int errorCode = 0;
   const int code = check(server.str, proxy, errorCode);
   const jint values[] = {code, errorCode};

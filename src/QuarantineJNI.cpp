@@ -64,19 +64,21 @@ jint fetchTexts(JNIEnv* env, jstring endpoint, jstring reference, jobject list, 
 }  // namespace
 
 VESK_JNI(jint, QuarantineJNI, getEmail)
-(JNIEnv* env, jobject, jstring endpoint, jstring reference, jstring target, jboolean flag) {
+(JNIEnv* env, jobject, jstring endpoint, jstring reference, jstring target, jboolean flag) try {
   return fetchWhole(env, endpoint, reference, target, [&](const char* agent, char* ref, char* to) {
     return AgentSOAPClient::getWholeMsg(agent, ref, to, flag != JNI_FALSE);
   });
 }
+VESK_ON_EXCEPTION(failed)
 
 VESK_JNI(jint, QuarantineJNI, getEmail_1P)
-(JNIEnv* env, jobject, jstring endpoint, jstring reference, jstring target) {
+(JNIEnv* env, jobject, jstring endpoint, jstring reference, jstring target) try {
   return fetchWhole(env, endpoint, reference, target, AgentSOAPClient::getWholeMsg_PE);
 }
+VESK_ON_EXCEPTION(failed)
 
 VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody)
-(JNIEnv* env, jobject, jstring endpoint, jstring reference, jboolean flag, jobject list) {
+(JNIEnv* env, jobject, jstring endpoint, jstring reference, jboolean flag, jobject list) try {
   const bool chosen = flag != JNI_FALSE;
   return fetchTexts(
       env, endpoint, reference, list, secondSize,
@@ -88,9 +90,10 @@ VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody)
                                                 secondSize);
       });
 }
+VESK_ON_EXCEPTION(failed)
 
 VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody_1P)
-(JNIEnv* env, jobject, jstring endpoint, jstring reference, jobject list) {
+(JNIEnv* env, jobject, jstring endpoint, jstring reference, jobject list) try {
   return fetchTexts(
       env, endpoint, reference, list, postponedSecondSize,
       [](const char* agent, char* ref, char* header) {
@@ -101,9 +104,11 @@ VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody_1P)
                                                    postponedSecondSize);
       });
 }
+VESK_ON_EXCEPTION(failed)
 
 // What the agent makes of it is not told, on purpose.
-VESK_JNI(jint, QuarantineJNI, sendQueueManagementAction)(JNIEnv* env, jobject, jstring endpoint) {
+VESK_JNI(jint, QuarantineJNI, sendQueueManagementAction)
+(JNIEnv* env, jobject, jstring endpoint) try {
   if (endpoint == nullptr) return result::nullArgument;
   const char* agent = keptText(env, endpoint);
   if (*agent == '\0') return result::success;
@@ -111,3 +116,4 @@ VESK_JNI(jint, QuarantineJNI, sendQueueManagementAction)(JNIEnv* env, jobject, j
   AgentSOAPClient::sendQueueManagerAction(agent, queueAction, answer);
   return result::success;
 }
+VESK_ON_EXCEPTION(result::success)

@@ -5,10 +5,11 @@
 
 // 300 for an agent that accepted and 0 for one that did not, on purpose: the console relies on it.
 VESK_JNI(jint, TorvaCommonJNI, sendSystemCmd)
-(JNIEnv* env, jobject, jstring host, jint port, jint event) {
+(JNIEnv* env, jobject, jstring host, jint port, jint event) try {
   if (host == nullptr) return result::nullArgument;
   AgentEndpoint endpoint(env, host, port);
   int answer = 0;  // not looked at
   const bool accepted = AgentSOAPClient::sendSysConfigEvnt(endpoint.text(), event, answer);
   return accepted ? result::agentFailed : result::success;
 }
+VESK_ON_EXCEPTION(result::success)

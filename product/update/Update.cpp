@@ -10,6 +10,7 @@
 #include "Store.h"
 #include "Updater.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 namespace {
 
@@ -56,13 +57,14 @@ BvUpdate::BvUpdate(BvUpdateKind kind) : ready(false) {
 
 BvUpdate::~BvUpdate() = default;
 
-bool BvUpdate::isRunning(std::string& text) {
+bool BvUpdate::isRunning(std::string& text) try {
   const std::string* installRoot = home();
   text = installRoot != nullptr ? lockHolder(*installRoot) : std::string();
   return !text.empty();
 }
+VESK_AT_BOUNDARY("update", false)
 
-BvUpdateRet BvUpdate::download(BvUpdateType type, std::string& version, bool force) {
+BvUpdateRet BvUpdate::download(BvUpdateType type, std::string& version, bool force) try {
   version.clear();
   const char* name = knownName(type);
   if (!ready || name == nullptr) return UPDATE_FAILED;
@@ -72,8 +74,9 @@ BvUpdateRet BvUpdate::download(BvUpdateType type, std::string& version, bool for
   version = Store(engine->home, name).version();
   return result;
 }
+VESK_AT_BOUNDARY("update", UPDATE_FAILED)
 
-BvUpdateRet BvUpdate::rollback(BvUpdateType type, int source) {
+BvUpdateRet BvUpdate::rollback(BvUpdateType type, int source) try {
   const char* name = knownName(type);
   if (!ready || name == nullptr) return UPDATE_FAILED;
   std::unique_lock guard(engine->busy, std::defer_lock);
@@ -82,9 +85,10 @@ BvUpdateRet BvUpdate::rollback(BvUpdateType type, int source) {
   logAUEvent(source, type, result);
   return result;
 }
+VESK_AT_BOUNDARY("update", UPDATE_FAILED)
 
 int BvUpdate::getAvailVersion(BvUpdateType type, std::string& first, std::string& second,
-                              bool cached) {
+                              bool cached) try {
   first.clear();
   second.clear();
   const char* name = knownName(type);
@@ -95,9 +99,10 @@ int BvUpdate::getAvailVersion(BvUpdateType type, std::string& first, std::string
   first = name;
   return 0;
 }
+VESK_AT_BOUNDARY("update", -1)
 
 // Always asks the folder, which costs no more than a memory of it.
-int BvUpdate::getDBVersion(BvUpdateType type, std::string& first, std::string& second, bool) {
+int BvUpdate::getDBVersion(BvUpdateType type, std::string& first, std::string& second, bool) try {
   second.clear();
   const char* name = knownName(type);
   first = name != nullptr ? name : "";
@@ -105,19 +110,22 @@ int BvUpdate::getDBVersion(BvUpdateType type, std::string& first, std::string& s
   second = Store(engine->home, name).version();
   return second.empty() ? 1 : 0;
 }
+VESK_AT_BOUNDARY("update", -1)
 
-void BvUpdate::logAUEvent(int source, BvUpdateType type, BvUpdateRet result) {
+void BvUpdate::logAUEvent(int source, BvUpdateType type, BvUpdateRet result) try {
   const Stopwatch since;
   Failure failure;
   if (ready && !appendEvent(engine->home, source, type, result, failure)) {
     logFailure("event log", "log/update-events.log", failure, since);
   }
 }
+VESK_AT_BOUNDARY("update", void())
 
-void BvUpdate::setUploadNumber() {
+void BvUpdate::setUploadNumber() try {
   const Stopwatch since;
   Failure failure;
   if (ready && !countUpload(engine->home, failure)) {
     logFailure("upload number", "data/update/upload-number", failure, since);
   }
 }
+VESK_AT_BOUNDARY("update", void())
