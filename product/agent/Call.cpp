@@ -22,7 +22,9 @@ Failure Call::send() {
   if (!handle) return {"libcurl cannot start", hint::MEMORY};
   const Post post(operation, request.bytes(), LONGEST_ANSWER);
   Exchange exchange;
-  exchange.prepare(handle.get(), address.url, post);
+  if (!exchange.prepare(handle.get(), address.url, post)) {
+    return {"libcurl cannot start", hint::MEMORY};
+  }
   const CURLcode code = curl_easy_perform(handle.get());
   if (Failure failed = exchange.failure(handle.get(), code)) return failed;
   long status = 0;

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <new>
 
 #include "Request.h"
 
@@ -34,35 +35,43 @@ Post::Post(const char* operation, std::string bytes, std::size_t limit)
   // Without the last one, a long request waits for leave that simple servers never give.
   for (const char* line : {"Content-Type: text/xml; charset=utf-8", action.c_str(), "Expect:"}) {
     curl_slist* longer = curl_slist_append(headers.get(), line);
-    if (longer == nullptr) continue;
+    if (longer == nullptr) {
+      headers.reset();
+      return;
+    }
     static_cast<void>(headers.release());
     headers.reset(longer);
   }
 }
 
-void Exchange::prepare(CURL* handle, const std::string& url, const Post& post) {
+bool Exchange::prepare(CURL* handle, const std::string& url, const Post& post) {
   answerLimit = post.answerLimit;
-  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
-  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http");
-  curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  curl_easy_setopt(handle, CURLOPT_PROXY, "");
-  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  bool taken = post.headers != nullptr;
+  const auto set = [&](CURLoption option, auto value) {
+    taken = curl_easy_setopt(handle, option, value) == CURLE_OK && taken;
+  };
+  set(CURLOPT_URL, url.c_str());
+  set(CURLOPT_PROTOCOLS_STR, "http");
+  set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  set(CURLOPT_PROXY, "");
+  set(CURLOPT_FOLLOWLOCATION, 0L);
+  set(CURLOPT_NOSIGNAL, 1L);
   // A resolver that hangs is not waited for.
-  curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
-  curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
-  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, post.limits.connectSeconds);
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT, post.limits.totalSeconds);
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, post.headers.get());
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, post.body.data());
-  curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
-  curl_easy_setopt(handle, CURLOPT_OPENSOCKETDATA, this);
-  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Exchange::takeBody);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
-  curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &Exchange::takeHeader);
-  curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
-  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, words);
+  set(CURLOPT_QUICK_EXIT, 1L);
+  set(CURLOPT_FORBID_REUSE, 1L);
+  set(CURLOPT_CONNECTTIMEOUT, post.limits.connectSeconds);
+  set(CURLOPT_TIMEOUT, post.limits.totalSeconds);
+  set(CURLOPT_HTTPHEADER, post.headers.get());
+  set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
+  set(CURLOPT_POSTFIELDS, post.body.data());
+  set(CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
+  set(CURLOPT_OPENSOCKETDATA, this);
+  set(CURLOPT_WRITEFUNCTION, &Exchange::takeBody);
+  set(CURLOPT_WRITEDATA, this);
+  set(CURLOPT_HEADERFUNCTION, &Exchange::takeHeader);
+  set(CURLOPT_HEADERDATA, this);
+  set(CURLOPT_ERRORBUFFER, words);
+  return taken;
 }
 
 // libcurl does not tell a machine without descriptors from an agent that is not there.
@@ -78,7 +87,12 @@ std::size_t Exchange::takeBody(char* bytes, std::size_t size, std::size_t count,
   const std::size_t length = size * count;
   exchange.tooLong = length > exchange.answerLimit - exchange.answer.size();
   if (exchange.tooLong) return 0;
-  exchange.answer.append(bytes, length);
+  try {
+    exchange.answer.append(bytes, length);
+  } catch (const std::bad_alloc&) {  // libcurl lets nothing through
+    exchange.outOfMemory = true;
+    return 0;
+  }
   return length;
 }
 
@@ -91,6 +105,7 @@ std::size_t Exchange::takeHeader(char*, std::size_t size, std::size_t count, voi
 
 Failure Exchange::failure(CURL* handle, CURLcode code) const {
   if (tooLong) return {"the answer is too long", hint::DIALECT};
+  if (outOfMemory) return {"the answer finds no memory", hint::MEMORY};
   switch (code) {
     case CURLE_OK:
       return {};

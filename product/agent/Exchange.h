@@ -32,7 +32,7 @@ struct Post {
   const std::string body;
   const std::size_t answerLimit;  // bytes
   const TimeLimits limits = timeLimits();
-  std::unique_ptr<curl_slist, FreeList> headers;
+  std::unique_ptr<curl_slist, FreeList> headers;  // null when memory ended
 };
 
 // A handle refers to this object while it works.
@@ -42,8 +42,9 @@ class Exchange {
   Exchange(const Exchange&) = delete;
   Exchange& operator=(const Exchange&) = delete;
 
-  // The handle is ready to go then. It may have done another exchange before.
-  void prepare(CURL* handle, const std::string& url, const Post& post);
+  // The handle is ready to go then, unless memory ended: with an option left out it might go
+  // another way. It may have done another exchange before.
+  [[nodiscard]] bool prepare(CURL* handle, const std::string& url, const Post& post);
 
   // What came of it, once the handle is done.
   Failure failure(CURL* handle, CURLcode code) const;
@@ -59,6 +60,7 @@ class Exchange {
   std::size_t headerBytes = 0;
   bool tooLong = false;
   bool outOfDescriptors = false;
+  bool outOfMemory = false;
   char words[CURL_ERROR_SIZE] = {};
 };
 

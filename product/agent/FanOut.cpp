@@ -71,7 +71,7 @@ void FanOut::start(Line& line) {
   while (next < agents.size() && agents[next].address.url.empty()) ++next;
   if (next == agents.size() || !line.handle) return;
   line.exchange = std::make_unique<Exchange>();
-  line.exchange->prepare(line.handle.get(), agents[next].address.url, post);
+  if (!line.exchange->prepare(line.handle.get(), agents[next].address.url, post)) return;
   curl_easy_setopt(line.handle.get(), CURLOPT_PRIVATE, &line);
   if (curl_multi_add_handle(multi.get(), line.handle.get()) != CURLM_OK) return;
   line.agent = &agents[next++];

@@ -4,6 +4,7 @@
 #include "Call.h"
 #include "Text.h"
 #include "product/agent.h"
+#include "shared/Boundary.h"
 
 using VESK::agent::Call;
 using VESK::agent::copyCut;
@@ -77,51 +78,58 @@ std::string wholeCharacters(const char* name) {
 }  // namespace
 
 bool AgentSOAPClient::getWholeMsg(const char* endpoint, char* reference, char* target,
-                                  bool archived) {
+                                  bool archived) try {
   Call call(endpoint, "getWholeMsg");
   return call.put("reference", reference)
       .put("target", target)
       .put("archived", archived)
       .accepted();
 }
+VESK_AT_BOUNDARY("agent", false)
 
-bool AgentSOAPClient::getWholeMsg_PE(const char* endpoint, char* reference, char* target) {
+bool AgentSOAPClient::getWholeMsg_PE(const char* endpoint, char* reference, char* target) try {
   Call call(endpoint, "getWholeMsg_PE");
   return call.put("reference", reference).put("target", target).accepted();
 }
+VESK_AT_BOUNDARY("agent", false)
 
 bool AgentSOAPClient::getMsgHeader(const char* endpoint, char* reference, bool reserved,
-                                   char* header, bool archived) {
+                                   char* header, bool archived) try {
   Call call(endpoint, "getMsgHeader");
   call.put("reference", reference).put("reserved", reserved).put("archived", archived);
   return takeHeader(call, header);
 }
+VESK_AT_BOUNDARY("agent", false)
 
 bool AgentSOAPClient::getMsgHeader_PE(const char* endpoint, char* reference, bool reserved,
-                                      char* header) {
+                                      char* header) try {
   Call call(endpoint, "getMsgHeader_PE");
   call.put("reference", reference).put("reserved", reserved);
   return takeHeader(call, header);
 }
+VESK_AT_BOUNDARY("agent", false)
 
 bool AgentSOAPClient::getEUQMsgDetail(const char* endpoint, char* reference, bool archived,
-                                      char** first, int firstSize, char** second, int secondSize) {
+                                      char** first, int firstSize, char** second,
+                                      int secondSize) try {
   Call call(endpoint, "getEUQMsgDetail");
   call.put("reference", reference).put("archived", archived);
   return takeDetails(call, {*first, firstSize, *second, secondSize});
 }
+VESK_AT_BOUNDARY("agent", false)
 
 bool AgentSOAPClient::getEUQMsgDetail_PE(const char* endpoint, char* reference, char** first,
-                                         int firstSize, char** second, int secondSize) {
+                                         int firstSize, char** second, int secondSize) try {
   Call call(endpoint, "getEUQMsgDetail_PE");
   call.put("reference", reference);
   return takeDetails(call, {*first, firstSize, *second, secondSize});
 }
+VESK_AT_BOUNDARY("agent", false)
 
 bool AgentSOAPClient::getMTALog(const char* endpoint, const char* keyword, char* fileName,
                                 char* events, int mode, int* paging, int pagesize, int pagecount,
                                 int totalcount, int pagenumber, int starttime, int endtime,
-                                int inode, int offset, int year) {
+                                int inode, int offset, int year) try {
   const int asked[] = {pagesize, pagecount, totalcount, pagenumber, starttime,
                        endtime,  inode,     offset,     year};
   std::memcpy(paging, asked, sizeof asked);
@@ -146,3 +154,4 @@ bool AgentSOAPClient::getMTALog(const char* endpoint, const char* keyword, char*
   copyCut(text, events, static_cast<std::size_t>(pagesize) * bytesPerEvent);
   return true;
 }
+VESK_AT_BOUNDARY("agent", false)

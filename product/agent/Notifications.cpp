@@ -5,6 +5,7 @@
 #include "Request.h"
 #include "product/agent.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 namespace VESK::agent {
 
@@ -63,7 +64,7 @@ int tell(const std::vector<std::string>& list, const char* operation, const Requ
 
 using VESK::agent::Request;
 
-int AgentSOAPClient::PatchSetNotify(const std::string& notification, std::string& reply) {
+int AgentSOAPClient::PatchSetNotify(const std::string& notification, std::string& reply) try {
   constexpr const char* OPERATION = "PatchSetNotify";
   Request request(OPERATION);
   request.put("notification", notification.c_str());
@@ -76,11 +77,13 @@ int AgentSOAPClient::PatchSetNotify(const std::string& notification, std::string
                         OPERATION);
   return 1;
 }
+VESK_AT_BOUNDARY("agent", -1)
 
 int AgentSOAPClient::PostSetNotifyAllScanners(const std::vector<std::string>& agents,
-                                              std::string& reply) {
+                                              std::string& reply) try {
   constexpr const char* OPERATION = "PostSetNotify";
   int failed = 0;
   const int count = VESK::agent::tell(agents, OPERATION, Request(OPERATION), reply, failed);
   return failed > 0 ? -failed : count;
 }
+VESK_AT_BOUNDARY("agent", -1)

@@ -3,6 +3,7 @@
 
 #include "Call.h"
 #include "product/agent.h"
+#include "shared/Boundary.h"
 
 using VESK::agent::Call;
 
@@ -20,7 +21,7 @@ bool sendCode(const char* endpoint, const char* operation, const char* argument,
 
 }  // namespace
 
-bool AgentSOAPClient::test(const char* endpoint, double first, double second, double& answer) {
+bool AgentSOAPClient::test(const char* endpoint, double first, double second, double& answer) try {
   answer = 0;
   Call call(endpoint, "test");
   double sum = 0;
@@ -31,19 +32,24 @@ bool AgentSOAPClient::test(const char* endpoint, double first, double second, do
   answer = sum;
   return true;
 }
+VESK_AT_BOUNDARY("agent", false)
 
-bool AgentSOAPClient::UnregisterNotify(const char* endpoint) {
+bool AgentSOAPClient::UnregisterNotify(const char* endpoint) try {
   return Call(endpoint, "UnregisterNotify").accepted();
 }
+VESK_AT_BOUNDARY("agent", false)
 
-bool AgentSOAPClient::sendServiceCmd(const char* endpoint, int command, int& echo) {
+bool AgentSOAPClient::sendServiceCmd(const char* endpoint, int command, int& echo) try {
   return sendCode(endpoint, "sendServiceCmd", "command", command, "echo", echo);
 }
+VESK_AT_BOUNDARY("agent", false)
 
-bool AgentSOAPClient::sendSysConfigEvnt(const char* endpoint, int event, int& answer) {
+bool AgentSOAPClient::sendSysConfigEvnt(const char* endpoint, int event, int& answer) try {
   return sendCode(endpoint, "sendSysConfigEvnt", "event", event, "answer", answer);
 }
+VESK_AT_BOUNDARY("agent", false)
 
-bool AgentSOAPClient::sendQueueManagerAction(const char* endpoint, int action, int& answer) {
+bool AgentSOAPClient::sendQueueManagerAction(const char* endpoint, int action, int& answer) try {
   return sendCode(endpoint, "sendQueueManagerAction", "action", action, "answer", answer);
 }
+VESK_AT_BOUNDARY("agent", false)

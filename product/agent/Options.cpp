@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
 
 #include "product/log.h"
 #include "product/settings.h"
+#include "shared/Folder.h"
 
 namespace VESK::agent {
 
@@ -35,13 +35,8 @@ int number(const char* key, int fallback, int highest) {
 }
 
 std::size_t openDescriptors() {
-  std::error_code error;
-  std::filesystem::directory_iterator entry("/proc/self/fd", error);
   std::size_t count = 0;
-  while (!error && entry != std::filesystem::directory_iterator()) {
-    ++count;
-    entry.increment(error);
-  }
+  forEachIn("/proc/self/fd", [&](const char*, int) { ++count; });
   return count;
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Key.h"
+#include "shared/Boundary.h"
 
 namespace {
 
@@ -145,7 +146,7 @@ bool decryptText(char* inOut) {
 
 }  // namespace
 
-int NewEncryptStr(const char* in, char* out, int outSize) {
+int NewEncryptStr(const char* in, char* out, int outSize) try {
   if (out == nullptr || outSize < 0) {
     refuse("encrypt", "no place for the result", "the caller gives none");
     return -1;
@@ -153,8 +154,9 @@ int NewEncryptStr(const char* in, char* out, int outSize) {
   *out = '\0';
   return encryptText(in, out, outSize) ? 0 : -1;
 }
+VESK_AT_BOUNDARY("cipher", -1)
 
-int NewDecryptStr(char* inOut) {
+int NewDecryptStr(char* inOut) try {
   if (inOut == nullptr) {
     refuse("decrypt", "no text", "the caller gives none");
     return -1;
@@ -163,3 +165,4 @@ int NewDecryptStr(char* inOut) {
   *inOut = '\0';
   return -1;
 }
+VESK_AT_BOUNDARY("cipher", (*inOut = '\0', -1))

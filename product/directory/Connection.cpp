@@ -4,6 +4,7 @@
 
 #include "Session.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 namespace VESK {
 
@@ -25,27 +26,31 @@ BvLDAPConnection::BvLDAPConnection(LDAPVendor vendor, AuthenType authType)
 
 BvLDAPConnection::~BvLDAPConnection() = default;
 
-int BvLDAPConnection::connect(const char* host, int port) { return session->open(host, port); }
+int BvLDAPConnection::connect(const char* host, int port) try { return session->open(host, port); }
+VESK_AT_BOUNDARY("directory", -1)
 
 int BvLDAPConnection::connect(const char* host, int port, const char* bindUser,
-                              const char* bindPassword) {
+                              const char* bindPassword) try {
   return session->open(host, port, bindUser, bindPassword);
 }
+VESK_AT_BOUNDARY("directory", -1)
 
-int BvLDAPConnection::authenticate(const char* user, const char* password) {
+int BvLDAPConnection::authenticate(const char* user, const char* password) try {
   return session->bind(user, password);
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 int BvLDAPConnection::getLastError() { return session->lastError(); }
 
-int BvLDAPConnection::getEntry(const char* dn, const char** attributes, BvLDAPEntry** out) {
+int BvLDAPConnection::getEntry(const char* dn, const char** attributes, BvLDAPEntry** out) try {
   return session->read(dn, attributes, out);
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 void BvLDAPConnection::freeEntry(BvLDAPEntry* entry) { delete entry; }
 
 int BvLDAPConnection::search(const char* baseDN, int scope, const char* filter,
-                             const char** attributes, BvLDAPSearchResults** out) {
+                             const char** attributes, BvLDAPSearchResults** out) try {
   *out = nullptr;
   std::vector<BvLDAPEntry> entries;
   const int code = session->visit(baseDN, scope, filter, attributes, [&](BvLDAPEntry& entry) {
@@ -55,14 +60,16 @@ int BvLDAPConnection::search(const char* baseDN, int scope, const char* filter,
   if (code == 0) *out = new BvLDAPSearchResults(std::move(entries));
   return code;
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 void BvLDAPConnection::freeSearchResults(BvLDAPSearchResults* results) { delete results; }
 
 void BvLDAPConnection::disconnect() { session->close(); }
 
 int BvLDAPConnection::visit(const char* baseDN, int scope, const char* filter,
-                            const char** attributes, const BvLDAPEntryVisitor& visitor) {
+                            const char** attributes, const BvLDAPEntryVisitor& visitor) try {
   return session->visit(baseDN, scope, filter, attributes, visitor);
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 }  // namespace VESK

@@ -5,6 +5,7 @@
 #include "Lookup.h"
 #include "ParentWalk.h"
 #include "Text.h"
+#include "shared/Boundary.h"
 
 using namespace VESK::directory;
 
@@ -30,7 +31,7 @@ GroupDAO::GroupDAO() = default;
 GroupDAO::~GroupDAO() = default;
 
 int GroupDAO::getAllGroups(VESK::BvLDAPAbstractConnection* connection, const char* baseDN,
-                           const char* searchStr, GroupList& out) {
+                           const char* searchStr, GroupList& out) try {
   Lookup lookup(connection, baseDN);
   if (!lookup.possible()) return FAILED;
   const Script& script = lookup.script();
@@ -44,15 +45,18 @@ int GroupDAO::getAllGroups(VESK::BvLDAPAbstractConnection* connection, const cha
   if (code == 0) moveInto(out.groups, groups);
   return code;
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 int GroupDAO::getAllParentGroupsByGroupName(VESK::BvLDAPAbstractConnection* connection,
                                             const char* baseDN, const char* groupName,
-                                            GroupList& out) {
+                                            GroupList& out) try {
   return allParents(connection, baseDN, groupName, &ParentWalk::fromGroup, out);
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 int GroupDAO::getAllParentGroupsByUserName(VESK::BvLDAPAbstractConnection* connection,
                                            const char* baseDN, const char* userName,
-                                           GroupList& out) {
+                                           GroupList& out) try {
   return allParents(connection, baseDN, userName, &ParentWalk::fromUser, out);
 }
+VESK_AT_BOUNDARY("directory", -1)

@@ -13,6 +13,7 @@
 #include "Text.h"
 #include "product/directory.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 #include "shared/Descriptor.h"
 
 namespace VESK {
@@ -156,7 +157,7 @@ void copyCut(const std::string& text, char* buffer, std::size_t size) {
 
 }  // namespace
 
-bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize) {
+bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize) try {
   if (buffer == nullptr || bufferSize < 1) return false;
   *buffer = '\0';
   const std::string path = realUtf8(keytabPath);
@@ -172,5 +173,6 @@ bool get_spn_from_keytab(const char* keytabPath, char* buffer, int bufferSize) {
   copyCut(name, buffer, static_cast<std::size_t>(bufferSize));
   return true;
 }
+VESK_AT_BOUNDARY("keytab", false)
 
 }  // namespace VESK

@@ -16,6 +16,7 @@
 #include "Filter.h"
 #include "product/directory.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 namespace VESK::directory {
 
@@ -264,7 +265,7 @@ namespace VESK {
 
 void BvLDAPScript::destroy() { directory::install(nullptr); }
 
-int BvLDAPScript::init(const char* path) {
+int BvLDAPScript::init(const char* path) try {
   const std::string name = path == nullptr ? "" : path;
   directory::Stamp stamp;
   const bool stamped = directory::stampOf(name.c_str(), stamp);
@@ -283,5 +284,6 @@ int BvLDAPScript::init(const char* path) {
   directory::install(std::move(script));
   return 0;
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 }  // namespace VESK

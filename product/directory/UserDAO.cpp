@@ -7,6 +7,7 @@
 #include "Lookup.h"
 #include "Text.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 using namespace VESK::directory;
 
@@ -77,7 +78,7 @@ UserDAO::UserDAO() = default;
 UserDAO::~UserDAO() = default;
 
 int UserDAO::loginName2UserName(VESK::BvLDAPAbstractConnection* connection, const char* baseDN,
-                                const char* loginName, std::string& userName, bool) {
+                                const char* loginName, std::string& userName, bool) try {
   Lookup lookup(connection, baseDN);
   const std::string login = realUtf8(loginName);
   Names names;
@@ -92,9 +93,10 @@ int UserDAO::loginName2UserName(VESK::BvLDAPAbstractConnection* connection, cons
   userName = std::move(names.front());
   return 0;
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 int UserDAO::isUserExist(VESK::BvLDAPAbstractConnection* connection, const char* baseDN,
-                         const char* userName) {
+                         const char* userName) try {
   Lookup lookup(connection, baseDN);
   if (!lookup.possible() || userName == nullptr) return FAILED;
   const Script& script = lookup.script();
@@ -104,9 +106,10 @@ int UserDAO::isUserExist(VESK::BvLDAPAbstractConnection* connection, const char*
                                [&](VESK::BvLDAPEntry&) { return found = true; });
   return code == 0 && found ? 0 : FAILED;
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 int UserDAO::getAllUsers(VESK::BvLDAPAbstractConnection* connection, const char* baseDN,
-                         const char* searchStr, UserVOList& out) {
+                         const char* searchStr, UserVOList& out) try {
   Lookup lookup(connection, baseDN);
   if (!lookup.possible()) return FAILED;
   const Script& script = lookup.script();
@@ -121,10 +124,11 @@ int UserDAO::getAllUsers(VESK::BvLDAPAbstractConnection* connection, const char*
   if (code == 0) moveInto(out.users, users);
   return code;
 }
+VESK_AT_BOUNDARY("directory", -1)
 
 int UserDAO::getUserOrGroupNameByEmail(VESK::BvLDAPAbstractConnection* connection,
                                        const char* baseDN, const char* mailAttribute,
-                                       const char* email, std::string& name, bool* isGroup) {
+                                       const char* email, std::string& name, bool* isGroup) try {
   Lookup lookup(connection, baseDN);
   const Script& script = lookup.script();
   const std::string attribute = realUtf8(mailAttribute);
@@ -148,3 +152,4 @@ int UserDAO::getUserOrGroupNameByEmail(VESK::BvLDAPAbstractConnection* connectio
   name = std::move(owner);
   return 0;
 }
+VESK_AT_BOUNDARY("directory", -1)

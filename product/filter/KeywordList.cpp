@@ -5,6 +5,7 @@
 #include "Probes.h"
 #include "product/filter.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 using namespace VESK::filter;
 
@@ -22,7 +23,7 @@ bool refuse(std::size_t position, const std::string& reason, const char* hint) {
 
 }  // namespace
 
-bool KeywordList::valReg(const char* regularExpression) const {
+bool KeywordList::valReg(const char* regularExpression) const try {
   if (regularExpression == nullptr) return false;
   // The converter has told what was wrong with the expression.
   if (std::strcmp(regularExpression, NO_REGEX) == 0) return false;
@@ -42,3 +43,4 @@ bool KeywordList::valReg(const char* regularExpression) const {
   }
   return true;
 }
+VESK_AT_BOUNDARY("keyword", false)

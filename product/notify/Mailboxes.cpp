@@ -10,6 +10,7 @@
 #include "GMime.h"
 #include "product/log.h"
 #include "product/notify.h"
+#include "shared/Boundary.h"
 
 namespace VESK::notify {
 
@@ -266,10 +267,11 @@ std::vector<Mailbox> parseMailboxes(const std::vector<std::string>& texts, const
 
 }  // namespace VESK::notify
 
-bool checkToAddress(std::string& addresses, std::vector<std::string>& recipients) {
+bool checkToAddress(std::string& addresses, std::vector<std::string>& recipients) try {
   recipients.clear();
   for (const auto& mailbox : VESK::notify::parseMailboxes({addresses}, "the list of recipients")) {
     recipients.push_back(mailbox.written);
   }
   return !recipients.empty();
 }
+VESK_AT_BOUNDARY("notify", (recipients.clear(), false))

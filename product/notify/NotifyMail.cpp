@@ -9,6 +9,7 @@
 #include "QueuePair.h"
 #include "product/log.h"
 #include "product/notify.h"
+#include "shared/Boundary.h"
 
 namespace VESK::notify {
 
@@ -107,7 +108,7 @@ int refuse(int code, const std::string& folder, const char* reason, const char* 
 int NotifyMailCompose(const char*, const char* queueDirectory, const char* controlFile,
                       const char* dataFile, const char* charset, const char* sender,
                       const char* replySender, std::vector<std::string>& recipients,
-                      const char* subject, const char* body) {
+                      const char* subject, const char* body) try {
   using namespace VESK::notify;
   const auto start = Clock::now();
   const std::string folder = orEmpty(queueDirectory);
@@ -134,3 +135,4 @@ int NotifyMailCompose(const char*, const char* queueDirectory, const char* contr
       writePair(queueDirectory, {dataFile, message}, {controlFile, envelope});
   return failure.error == 0 ? 0 : report(failure, folder, start);
 }
+VESK_AT_BOUNDARY("notify", VESK::NOTIFY_NOT_WRITTEN)

@@ -6,6 +6,7 @@
 #include "Resources.h"
 #include "product/log.h"
 #include "product/notify.h"
+#include "shared/Boundary.h"
 
 namespace VESK {
 
@@ -35,12 +36,13 @@ BvResbundle::BvResbundle() : table(std::make_unique<Table>()) {}
 
 BvResbundle::~BvResbundle() = default;
 
-int BvResbundle::_init(const char* resourceFile, const char* module, const char* locale) {
+int BvResbundle::_init(const char* resourceFile, const char* module, const char* locale) try {
   table->tables = notify::openTables(orEmpty(resourceFile), orEmpty(module), orEmpty(locale));
   return table->tables.empty() ? -1 : 0;
 }
+VESK_AT_BOUNDARY("notify", -1)
 
-const char* BvResbundle::getString(const char* key, const char* fallback) {
+const char* BvResbundle::getString(const char* key, const char* fallback) try {
   for (const notify::Bundle& texts : table->tables) {
     UErrorCode status = U_ZERO_ERROR;
     int32_t length = 0;
@@ -49,11 +51,13 @@ const char* BvResbundle::getString(const char* key, const char* fallback) {
   }
   return fallback;
 }
+VESK_AT_BOUNDARY("notify", fallback)
 
-const char* BvResbundle::GetResourceFileName() {
+const char* BvResbundle::GetResourceFileName() try {
   thread_local std::string path;
   path = orEmpty(std::getenv("VESK_HOME")) + "/resource/messages";
   return path.c_str();
 }
+VESK_AT_BOUNDARY("notify", "")
 
 }  // namespace VESK

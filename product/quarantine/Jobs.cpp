@@ -7,6 +7,7 @@
 #include "Store.h"
 #include "product/log.h"
 #include "product/quarantine.h"
+#include "shared/Boundary.h"
 
 namespace {
 
@@ -82,13 +83,14 @@ bool result(const char* step, Kind kind, int& code, std::string& text) {
 
 }  // namespace
 
-int transfer_euq_data(int area) {
+int transfer_euq_data(int area) try {
   if (!isReady("transfer")) return EUQ_NOT_READY;
   if (area >= 1 && area <= 9) return start(Kind::TRANSFER, area);
   return refuse("transfer", EUQ_BAD_ARGUMENT, "no such area", "give 1 to 9");
 }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-int cancel_transfer_euq_data() {
+int cancel_transfer_euq_data() try {
   static constexpr const char* step = "cancel";
   if (!isReady(step)) return EUQ_NOT_READY;
   JobRecord job;
@@ -101,24 +103,30 @@ int cancel_transfer_euq_data() {
   if (lock.open() && lock.cancel(job.run)) return EUQ_OK;
   return refuse(step, EUQ_DATABASE, "data/euq/job.lock cannot be written", "check the disk");
 }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-bool is_transferring_euq_data() { return isRunning("is transferring", Kind::TRANSFER); }
+bool is_transferring_euq_data() try { return isRunning("is transferring", Kind::TRANSFER); }
+VESK_AT_BOUNDARY("quarantine", false)
 
-bool get_transfer_euq_result(int& code, std::string& text) {
+bool get_transfer_euq_result(int& code, std::string& text) try {
   return result("transfer result", Kind::TRANSFER, code, text);
 }
+VESK_AT_BOUNDARY("quarantine", false)
 
-int remove_euq_data() {
+int remove_euq_data() try {
   return isReady("remove") ? start(Kind::REMOVE, 0) : static_cast<int>(EUQ_NOT_READY);
 }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-bool is_removing_euq_data() { return isRunning("is removing", Kind::REMOVE); }
+bool is_removing_euq_data() try { return isRunning("is removing", Kind::REMOVE); }
+VESK_AT_BOUNDARY("quarantine", false)
 
-bool get_remove_euq_result(int& code, std::string& text) {
+bool get_remove_euq_result(int& code, std::string& text) try {
   return result("removal result", Kind::REMOVE, code, text);
 }
+VESK_AT_BOUNDARY("quarantine", false)
 
-bool get_euq_progress(long long& done, long long& total) {
+bool get_euq_progress(long long& done, long long& total) try {
   static constexpr const char* step = "progress";
   if (!isReady(step)) return false;
   for (const Kind kind : {Kind::TRANSFER, Kind::REMOVE}) {
@@ -130,3 +138,4 @@ bool get_euq_progress(long long& done, long long& total) {
   }
   return false;
 }
+VESK_AT_BOUNDARY("quarantine", false)

@@ -12,6 +12,7 @@
 #include "Refusal.h"
 #include "Store.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 namespace {
 
@@ -46,7 +47,7 @@ bool isOn(const char* step, const char* name) {
 
 }  // namespace
 
-bool init_euq_lib() {
+bool init_euq_lib() try {
   static std::mutex oneAtATime;
   const std::lock_guard lock(oneAtATime);
   const Options options = readOptions();
@@ -55,29 +56,37 @@ bool init_euq_lib() {
           JobLock("init", options).open() && Store("init", options, Store::CREATE).good();
   return ready;
 }
+VESK_AT_BOUNDARY("quarantine", false)
 
-int enable_euq() { return setSwitch("enable", "euq", 1); }
+int enable_euq() try { return setSwitch("enable", "euq", 1); }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-int disable_euq() { return setSwitch("disable", "euq", 0); }
+int disable_euq() try { return setSwitch("disable", "euq", 0); }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
 // Who serves the quarantine watches the count.
-int restart_euq() {
+int restart_euq() try {
   if (!isReady("restart")) return EUQ_NOT_READY;
   Store store("restart", readOptions());
   store.run("UPDATE switch SET restarts = restarts + 1 WHERE name = 'euq' AND value = 1");
   if (!store.good() || store.changes() == 1) return store.code();
   return refuse("restart", EUQ_NOT_ENABLED, "switched off", "enable it first");
 }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-bool is_euq_enable() { return isOn("is enabled", "euq"); }
+bool is_euq_enable() try { return isOn("is enabled", "euq"); }
+VESK_AT_BOUNDARY("quarantine", false)
 
-int enable_dl_maintain() { return setSwitch("enable list upkeep", "dl_maintain", 1); }
+int enable_dl_maintain() try { return setSwitch("enable list upkeep", "dl_maintain", 1); }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-int disable_dl_maintain() { return setSwitch("disable list upkeep", "dl_maintain", 0); }
+int disable_dl_maintain() try { return setSwitch("disable list upkeep", "dl_maintain", 0); }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-bool is_dl_maintain_enable() { return isOn("is list upkeep enabled", "dl_maintain"); }
+bool is_dl_maintain_enable() try { return isOn("is list upkeep enabled", "dl_maintain"); }
+VESK_AT_BOUNDARY("quarantine", false)
 
-int regist_euq(const char* name) {
+int regist_euq(const char* name) try {
   if (!isReady("register")) return EUQ_NOT_READY;
   const std::string usable = usableName(name);
   if (usable.empty()) {
@@ -99,8 +108,9 @@ int regist_euq(const char* name) {
   Log::LogByLevel(LOG_DETAIL, "quarantine: area %lld is for %s", area, usable.c_str());
   return EUQ_OK;
 }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)
 
-int unregist_euq(int area) {
+int unregist_euq(int area) try {
   if (!isReady("unregister")) return EUQ_NOT_READY;
   if (area < 0 || area > MOST_AREAS) {
     return refuse("unregister", EUQ_BAD_ARGUMENT, "no such area", "give 1 to 9, or 0 for all");
@@ -121,3 +131,4 @@ int unregist_euq(int area) {
   if (any) return EUQ_OK;
   return refuse("unregister", EUQ_NOT_REGISTERED, "area not registered", "nothing is to be done");
 }
+VESK_AT_BOUNDARY("quarantine", EUQ_DATABASE)

@@ -13,6 +13,7 @@
 
 #include "IniFile.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 namespace VESK {
 namespace {
@@ -136,16 +137,18 @@ Store* storeMade() {
 }  // namespace
 
 GlobalSettingOnMem* GlobalSettingOnMem::Instance(const char* path, bool, const char*, const char*,
-                                                 const char*, const char*, bool) {
+                                                 const char*, const char*, bool) try {
   if (path == nullptr) return store.load(std::memory_order_acquire);
   Store* made = storeMade();
   made->load(path);
   return made;
 }
+VESK_AT_BOUNDARY("settings", store.load(std::memory_order_acquire))
 
 int GlobalSettingOnMem::_replace_create_item_on_mem(const char* section, const char* key,
-                                                    const char* value) {
+                                                    const char* value) try {
   return static_cast<Store*>(this)->set(section, key, value);
 }
+VESK_AT_BOUNDARY("settings", 0)
 
 }  // namespace VESK

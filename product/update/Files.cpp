@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
+
+#include "shared/Folder.h"
 
 namespace VESK::update {
 
@@ -124,18 +124,20 @@ bool syncFolder(const std::string& path, Failure& failure) {
 }
 
 bool syncTree(const std::string& path, Failure& failure) {
-  std::error_code error;
-  std::filesystem::recursive_directory_iterator entry(path, error);
-  for (; !error && entry != std::filesystem::recursive_directory_iterator();
-       entry.increment(error)) {
-    if (!syncPath(entry->path().native(), 0, failure)) return false;
-  }
-  return error ? failure.setSystem("sync", path, error.value()) : syncFolder(path, failure);
+  bool synced = true;
+  const int error = forEachIn(path, [&](const char* name, int type) {
+    const std::string entry = path + "/" + name;
+    synced = synced && (type == DT_DIR ? syncTree(entry, failure) : syncPath(entry, 0, failure));
+  });
+  if (!synced) return false;
+  return error != 0 ? failure.setSystem("sync", path, error) : syncFolder(path, failure);
 }
 
 void removeTree(const std::string& path) {
-  std::error_code ignored;  // what is left is removed by the next call
-  std::filesystem::remove_all(path, ignored);
+  // What is left is removed by the next call. A link is removed, not what it leads to.
+  if (::unlink(path.c_str()) == 0) return;
+  forEachIn(path, [&](const char* name, int) { removeTree(path + "/" + name); });
+  ::rmdir(path.c_str());
 }
 
 }  // namespace VESK::update

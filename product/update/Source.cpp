@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <chrono>
+#include <exception>
 #include <mutex>
 
 namespace VESK::update {
@@ -19,6 +20,7 @@ struct Transfer {
   Clock::duration patience;
   curl_off_t received = 0;
   Clock::time_point last = Clock::now();
+  std::exception_ptr thrown{};
 };
 
 // What comes with another status (a redirection's page, say) is not the content.
@@ -29,8 +31,13 @@ bool isContent(CURL* curl) {
 }
 
 std::size_t receive(char* data, std::size_t, std::size_t size, void* context) {
-  const auto* transfer = static_cast<const Transfer*>(context);
-  return isContent(transfer->curl) && transfer->sink(data, size) ? size : size + 1;
+  auto* transfer = static_cast<Transfer*>(context);
+  try {
+    return isContent(transfer->curl) && transfer->sink(data, size) ? size : size + 1;
+  } catch (...) {  // libcurl lets nothing through
+    transfer->thrown = std::current_exception();
+    return size + 1;
+  }
 }
 
 // No program that another thread starts meanwhile keeps the connection open.
@@ -76,26 +83,34 @@ Source::Source(const Options& settings) : options(settings) {
   curl.reset(curl_easy_init());
 }
 
-void Source::prepare(const std::string& name, std::uint64_t from) {
+// An option that is not taken, for want of memory, must not leave the connection less strict than
+// it is meant to be.
+CURLcode Source::prepare(const std::string& name, std::uint64_t from) {
   CURL* handle = curl.get();
   curl_easy_reset(handle);  // the connection stays
   *words = '\0';
-  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, words);
-  curl_easy_setopt(handle, CURLOPT_URL, (options.source + name).c_str());
-  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "https,http,file");
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(handle, CURLOPT_PROXY, "");
-  curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, openSocket);
-  curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
-  curl_easy_setopt(handle, CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
+  CURLcode first = CURLE_OK;
+  const auto set = [&](CURLoption option, auto value) {
+    const CURLcode code = curl_easy_setopt(handle, option, value);
+    if (first == CURLE_OK) first = code;
+  };
+  set(CURLOPT_ERRORBUFFER, words);
+  set(CURLOPT_URL, (options.source + name).c_str());
+  set(CURLOPT_PROTOCOLS_STR, "https,http,file");
+  set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_PROXY, "");
+  set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
+  set(CURLOPT_FAILONERROR, 1L);
+  set(CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
   if (!options.caFile.empty()) {
-    curl_easy_setopt(handle, CURLOPT_CAINFO, options.caFile.c_str());
-    curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);  // no other authority
+    set(CURLOPT_CAINFO, options.caFile.c_str());
+    set(CURLOPT_CAPATH, nullptr);  // no other authority
   }
-  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, options.connectTimeout);
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT, options.timeout);
-  curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, BUFFER);
-  curl_easy_setopt(handle, CURLOPT_RESUME_FROM_LARGE, static_cast<curl_off_t>(from));
+  set(CURLOPT_CONNECTTIMEOUT, options.connectTimeout);
+  set(CURLOPT_TIMEOUT, options.timeout);
+  set(CURLOPT_BUFFERSIZE, BUFFER);
+  set(CURLOPT_RESUME_FROM_LARGE, static_cast<curl_off_t>(from));
+  return first;
 }
 
 bool Source::fail(const std::string& name, CURLcode code, Failure& failure) const {
@@ -116,13 +131,17 @@ Source::End Source::fetch(const std::string& name, std::uint64_t from, const Sin
     return End::failed;
   }
   Transfer transfer{curl.get(), sink, std::chrono::seconds(options.stallTimeout)};
-  prepare(name, from);
+  if (const CURLcode unfit = prepare(name, from); unfit != CURLE_OK) {
+    fail(name, unfit, failure);
+    return End::failed;
+  }
   curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, receive);
   curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &transfer);
   curl_easy_setopt(curl.get(), CURLOPT_XFERINFOFUNCTION, isStalled);
   curl_easy_setopt(curl.get(), CURLOPT_XFERINFODATA, &transfer);
   curl_easy_setopt(curl.get(), CURLOPT_NOPROGRESS, 0L);
   const CURLcode code = curl_easy_perform(curl.get());
+  if (transfer.thrown) std::rethrow_exception(transfer.thrown);
   long status = 0;
   curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
   // A redirection without a page of its own ends well, for libcurl.

@@ -33,7 +33,7 @@ class Source {
     void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
   };
 
-  void prepare(const std::string& name, std::uint64_t from);
+  [[nodiscard]] CURLcode prepare(const std::string& name, std::uint64_t from);
   bool fail(const std::string& name, CURLcode code, Failure& failure) const;
 
   const Options& options;

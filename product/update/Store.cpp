@@ -5,14 +5,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <set>
 #include <sstream>
-#include <system_error>
 #include <vector>
 
 #include "Files.h"
 #include "Version.h"
+#include "shared/Folder.h"
 
 namespace VESK::update {
 
@@ -26,11 +25,7 @@ constexpr const char* DECIDED =
 
 std::vector<std::string> namesIn(const std::string& folder) {
   std::vector<std::string> names;
-  std::error_code error;
-  for (std::filesystem::directory_iterator entry(folder, error);
-       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    names.push_back(entry->path().filename().native());
-  }
+  forEachIn(folder, [&](const char* name, int) { names.emplace_back(name); });
   return names;
 }
 

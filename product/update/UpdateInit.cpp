@@ -14,6 +14,7 @@
 #include "Files.h"
 #include "Home.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 namespace {
 
@@ -72,9 +73,10 @@ BvUpdateInit::BvUpdateInit() : initialised(false) {}
 
 BvUpdateInit::~BvUpdateInit() = default;
 
-bool BvUpdateInit::Init(const std::string& home) {
+bool BvUpdateInit::Init(const std::string& home) try {
   initialised = checkHome(home) && prepareFolder(home + "/data", X_OK) &&
                 prepareFolder(home + "/data/update", R_OK | W_OK | X_OK);
   if (initialised) VESK::update::setHome(home);
   return initialised;
 }
+VESK_AT_BOUNDARY("update", false)
