@@ -1,8 +1,8 @@
 #include "Misbehaviour.h"
 
+#include <algorithm>
 #include <charconv>
 #include <map>
-#include <ranges>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
@@ -60,12 +60,10 @@ Misbehaviour::Rule Misbehaviour::parseRule(const std::string& rule) {
 
 std::optional<double> Misbehaviour::find(const std::string& operation,
                                          const std::string& kind) const {
-  for (const Rule& rule : std::views::reverse(rules)) {
-    if (rule.kind == kind && (rule.operation == "*" || rule.operation == operation)) {
-      return rule.number;
-    }
-  }
-  return std::nullopt;
+  const auto rule = std::find_if(rules.rbegin(), rules.rend(), [&](const Rule& other) {
+    return other.kind == kind && (other.operation == "*" || other.operation == operation);
+  });
+  return rule == rules.rend() ? std::nullopt : std::optional(rule->number);
 }
 
 }  // namespace agent

@@ -239,7 +239,7 @@ class Parser {
   Part regularExpression(const Token& token) {
     Fault inner;
     Part made{embedder.embed(token.text, inner), true};
-    if (token.text.empty()) inner.reason = "an empty regular expression";
+    if (token.text.empty()) inner = {0, "an empty regular expression", "leave it out"};
     if (!inner.reason.empty()) {
       reader.refuse(token.at + 1 + inner.at, "in a regular expression: " + inner.reason,
                     inner.hint);

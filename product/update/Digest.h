@@ -21,7 +21,7 @@ class Sha256 {
 
  private:
   struct Free {
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+    void operator()(EVP_MD_CTX* handle) const { EVP_MD_CTX_free(handle); }
   };
   std::unique_ptr<EVP_MD_CTX, Free> context;
   bool whole = false;
