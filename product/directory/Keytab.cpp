@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <string_view>
 #include <system_error>
 
 #include "Kerberos.h"
@@ -89,22 +90,61 @@ krb5_error_code readKeytab(krb5_context context, const std::string& path, Newest
   return code == KRB5_KT_END ? 0 : code;
 }
 
-// libkrb5 takes a file that breaks off for one that ends: each entry starts with its length,
-// negative for a gap and zero for the end.
-bool breaksOff(const std::string& content) {
-  constexpr std::size_t VERSION = 2;
-  constexpr std::size_t LENGTH = 4;
-  for (std::size_t at = VERSION; at < content.size();) {
-    if (content.size() - at < LENGTH) return true;
-    std::uint32_t bits = 0;
-    for (const char byte : content.substr(at, LENGTH)) {
-      bits = bits << 8 | static_cast<unsigned char>(byte);
-    }
-    const std::int64_t size = static_cast<std::int32_t>(bits);
+// Numbers and texts of a key table, which has the high byte first.
+class Fields {
+ public:
+  explicit Fields(std::string_view content) : left(content) {}
+
+  bool good() const { return whole; }
+  bool empty() const { return left.empty(); }
+
+  std::uint32_t number(std::size_t size) {
+    std::uint32_t value = 0;
+    for (const char byte : take(size)) value = value << 8 | static_cast<unsigned char>(byte);
+    return value;
+  }
+
+  std::string_view take(std::size_t size) {
+    whole = whole && size <= left.size();
+    if (!whole) return {};
+    const std::string_view taken = left.substr(0, size);
+    left.remove_prefix(size);
+    return taken;
+  }
+
+  // Behind its length, of which libkrb5 wants 1 to 32767.
+  void skipText() {
+    const std::uint32_t size = number(2);
+    whole = whole && size >= 1 && size <= 0x7FFF;
+    take(size);
+  }
+
+ private:
+  std::string_view left;
+  bool whole = true;
+};
+
+// Realm, parts of the name, its type, time, version, kind of key, key; more may follow.
+bool isEntry(std::string_view content) {
+  Fields entry(content);
+  const std::uint32_t parts = entry.number(2);
+  for (std::uint32_t i = 0; i <= parts && entry.good(); ++i) entry.skipText();
+  entry.take(4 + 4 + 1 + 2);
+  entry.skipText();
+  return entry.good();
+}
+
+// libkrb5 takes a file that breaks off for one that ends, and leaks what it has read of an entry
+// that is wrong inside: each starts with its length, negative for a gap and zero for the end.
+bool isDamaged(std::string_view content) {
+  if (!content.starts_with("\5\2")) return content.starts_with('\5');
+  Fields file(content.substr(2));
+  while (!file.empty()) {
+    const std::int64_t size = static_cast<std::int32_t>(file.number(4));
+    if (!file.good()) return true;
     if (size == 0) return false;
-    at += LENGTH;
-    if (static_cast<std::uint64_t>(std::abs(size)) > content.size() - at) return true;
-    at += static_cast<std::size_t>(std::abs(size));
+    const std::string_view entry = file.take(static_cast<std::size_t>(std::abs(size)));
+    if (!file.good() || (size > 0 && !isEntry(entry))) return true;
   }
   return false;
 }
@@ -131,7 +171,7 @@ std::string newestService(const std::string& path, std::string& name) {
   std::string content;
   const Wiped wiped{content};
   if (std::string reason = readFile(path, content); !reason.empty()) return reason;
-  if (breaksOff(content)) return "the file is damaged";
+  if (isDamaged(content)) return "the file is damaged";
   const Descriptor copy(memfd_create("keytab", MFD_CLOEXEC));
   if (!copy ||
       write(copy.get(), content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
