@@ -158,9 +158,9 @@ start_fleet() {
 }
 
 # An update source by HTTPS, the appliance's entry in the central console and sessions of it, a
-# reputation server and a proxy.
+# reputation server and a proxy. An argument is the algorithm of the sessions.
 start_services() {
-  local guid=5f0d1c5e-0000-4000-8000-00000000c0de web good other proxy
+  local alg=${1:-RS256} guid=5f0d1c5e-0000-4000-8000-00000000c0de web good other proxy
   mkdir -p "$work"/{source,spam,engine,web,reputation,proxy,console,home/config,home/data}
   seq 50000 >"$work/spam/pattern"
   head -c 200000 /dev/urandom >"$work/engine/engine.bin"
@@ -169,9 +169,9 @@ start_services() {
   web=$(free_port 8440)
   launch web "$web" tools/private-web --dir "$work/web" --port "$web" --root "$work/source"
   await web
-  tools/make-signon-session --key-pair "$work/console"
+  tools/make-signon-session --key-pair "$work/console" --alg "$alg"
   cp "$work/console/SSO_PKI_PublicKey.pem" "$work/home/config/"
-  issue() { tools/make-signon-session --key "$work/console/private.pem" --audience gate.example.com "$@"; }
+  issue() { tools/make-signon-session --key "$work/console/private.pem" --alg "$alg" --audience gate.example.com "$@"; }
   issue --guid "$guid" >"$work/session"
   issue --guid "$guid" --age 3600 >"$work/old"
   issue --guid 00000000-0000-4000-8000-000000000000 >"$work/foreign"

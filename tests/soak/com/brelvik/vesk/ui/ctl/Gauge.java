@@ -47,7 +47,7 @@ final class Gauge {
 
     static Sample now(long calls, Kept kept) {
         long java = Runtime.getRuntime().totalMemory();
-        return new Sample(calls, NativeHeap.inUse(), status("VmRSS") * 1024 - java, kept, descriptors(),
+        return new Sample(calls, NativeHeap.inUse(), status("RssAnon") * 1024 - java, kept, descriptors(),
                 status("Threads"));
     }
 

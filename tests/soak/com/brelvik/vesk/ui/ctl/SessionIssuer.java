@@ -21,11 +21,11 @@ final class SessionIssuer {
         this.key = key;
     }
 
-    /** @param pem an RSA key */
+    /** @param pem a key on P-256 */
     static SessionIssuer read(Path pem) {
         try {
             String text = Files.readString(pem).replaceAll("-----[A-Z ]+-----|\\s", "");
-            return new SessionIssuer(KeyFactory.getInstance("RSA")
+            return new SessionIssuer(KeyFactory.getInstance("EC")
                     .generatePrivate(new PKCS8EncodedKeySpec(Base64.getDecoder().decode(text))));
         } catch (IOException e) {
             throw new UncheckedIOException(e);
@@ -44,10 +44,10 @@ final class SessionIssuer {
     String issue(String guid) {
         String claims = String.format("{\"iss\":\"%s\",\"aud\":\"gate.example.com\",\"iat\":%d,\"jti\":\"%s\","
                 + "\"sub\":\"operator\"}", guid, System.currentTimeMillis() / 1000, UUID.randomUUID());
-        String signed = encoded("{\"alg\":\"RS256\"}".getBytes(StandardCharsets.UTF_8)) + "."
+        String signed = encoded("{\"alg\":\"ES256\"}".getBytes(StandardCharsets.UTF_8)) + "."
                 + encoded(claims.getBytes(StandardCharsets.UTF_8));
         try {
-            Signature signature = Signature.getInstance("SHA256withRSA");
+            Signature signature = Signature.getInstance("SHA256withECDSAinP1363Format");
             signature.initSign(key);
             signature.update(signed.getBytes(StandardCharsets.US_ASCII));
             return signed + "." + encoded(signature.sign());

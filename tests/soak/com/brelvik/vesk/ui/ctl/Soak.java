@@ -14,6 +14,7 @@ import java.util.List;
 import java.util.Map;
 import java.util.Set;
 import java.util.concurrent.Callable;
+import java.util.regex.Pattern;
 import java.util.stream.Collectors;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
@@ -38,6 +39,10 @@ final class Soak implements Callable<Integer> {
 
     @Option(names = "--calls", defaultValue = "" + Long.MAX_VALUE, description = "End after so many calls")
     private long calls;
+
+    @Option(names = "--only", paramLabel = "REGEX", defaultValue = "", description = "Only entry points whose name has "
+            + "a match, to find out where a finding comes from")
+    private Pattern only;
 
     @Option(names = "--pause", defaultValue = "10", description = "Seconds between two restarts (default 10)")
     private int pause;
@@ -71,6 +76,7 @@ final class Soak implements Callable<Integer> {
         steward = new Steward(folder, pause);
         steward.order("supply start");
         long open = calibrate(table.owners().get(0), table.owners().get(1));
+        all = all.stream().filter(call -> only.matcher(call.method().name()).find()).toList();
         storm = new Storm(all, steward, threads, calls, (long) (minutes * 60e9));
         try (PrintStream out = new PrintStream(new FileOutputStream(report, true), true, StandardCharsets.UTF_8)) {
             long references = Gauge.globalReferences();
@@ -137,7 +143,7 @@ final class Soak implements Callable<Integer> {
         long least = Long.MAX_VALUE;
         for (int round = 0; round < CALIBRATION; round++) {
             long before = NativeHeap.inUse();
-            unowned.call();
+            unowned.call(unowned.arguments());
             long taken = NativeHeap.inUse() - before;
             least = taken > 0 ? Math.min(least, taken) : least;
         }

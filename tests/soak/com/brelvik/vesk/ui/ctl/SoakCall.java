@@ -107,8 +107,8 @@ final class SoakCall {
     /** An answer, and what it came with. */
     record Outcome(String answer, String shown) {}
 
-    /** @throws InvocationTargetException what the method threw */
-    Outcome call() throws InvocationTargetException {
+    /** Arguments for one call. */
+    Object[] arguments() {
         Object[] arguments = values.clone();
         for (int i = 0; i < arguments.length; i++) {
             if (fresh.containsKey(i)) {
@@ -119,6 +119,11 @@ final class SoakCall {
                 arguments[i] = numbers.clone();
             }
         }
+        return arguments;
+    }
+
+    /** @throws InvocationTargetException what the method threw */
+    Outcome call(Object[] arguments) throws InvocationTargetException {
         try {
             Object value = method.method().invoke(peer, arguments);
             return new Outcome(answer(value), value instanceof String text ? text : lists(arguments));

@@ -192,8 +192,9 @@ final class SoakTable {
         add("CorsaJNI.isSessionFromCORSA", LOOKUP, "session", "nonsense").answers(-4);
         add("CorsaJNI.isSessionFromCORSA", LOOKUP, "session",
                 Tour.lines(folder + "/foreign").get(0)).answers(-6);
-        // The console's sessions are accepted before, by the set-up.
-        add("CorsaJNI.CreateReponse", LOOKUP / 2, "session", "").answers("text").fresh(0, () -> console.issue(guid));
+        // A session of the console's was accepted by the set-up. The appliance remembers at most 1,000 answered ones.
+        add("CorsaJNI.CreateReponse", PROGRAM, "session", "").answers("text").fresh(0, () -> console.issue(guid));
+        add("CorsaJNI.CreateReponse", LOOKUP / 2, "session", Tour.lines(folder + "/old").get(0)).answers("empty");
     }
 
     private void reputation() {

@@ -118,12 +118,13 @@ final class Storm {
     }
 
     private void make(int number, SoakCall call) {
+        Object[] arguments = call.arguments();
         long from = System.nanoTime();
         current[number] = new Current(call, from);
         String answer;
         String complaint;
         try {
-            SoakCall.Outcome outcome = call.call();
+            SoakCall.Outcome outcome = call.call(arguments);
             answer = outcome.answer();
             complaint = call.complaint(outcome, steward, from, System.nanoTime());
         } catch (InvocationTargetException e) {
