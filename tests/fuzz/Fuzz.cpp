@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
@@ -29,9 +30,10 @@ void writeAll(int file, std::string_view content) {
 
 struct Folder {
   Folder() {
-    char name[] = "/dev/shm/vesk-fuzz.XXXXXX";
-    FUZZ_EXPECT(::mkdtemp(name) != nullptr);
-    path = name;
+    const bool memory = ::access("/dev/shm", W_OK) == 0;
+    path = memory ? "/dev/shm" : std::filesystem::temp_directory_path().string();
+    path += "/vesk-fuzz.XXXXXX";
+    FUZZ_EXPECT(::mkdtemp(path.data()) != nullptr);
   }
   ~Folder() {
     std::error_code ignored;

@@ -49,7 +49,7 @@ class MemoryFile {
   std::string name;
 };
 
-// A folder in memory that goes with the process.
+// A folder, in memory where there is one for files, that goes with the process.
 const std::string& scratchFolder();
 void writeFile(const std::string& path, std::string_view content);
 
