@@ -142,6 +142,11 @@ std::string Embedder::embed(std::string_view regularExpression, Fault& fault) {
     fault = {alone.errorOffset(), alone.error(), "it must be right by itself"};
     return {};
   }
+  for (const std::string& name : alone.groupNames()) {
+    if (names.insert(name).second) continue;
+    fault = {0, "another one has a group named " + name, "give each group a name of its own"};
+    return {};
+  }
   captures += alone.captures();
   return "(?-s:" + walk.copied + ")";
 }

@@ -3,6 +3,7 @@
 #define VESK_PRODUCT_FILTER_EMBEDDED_H
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,7 @@ class Embedder {
  private:
   int expressions = 0;
   std::uint32_t captures = 0;  // of those before
+  std::set<std::string> names;
 };
 
 }  // namespace VESK::filter

@@ -60,6 +60,19 @@ std::uint32_t Pattern::captures() const {
   return count;
 }
 
+// Each entry is a number of two bytes and the name, all of one length.
+std::set<std::string> Pattern::groupNames() const {
+  std::uint32_t count = 0;
+  std::uint32_t size = 0;
+  PCRE2_SPTR entry = nullptr;
+  pcre2_pattern_info(code.get(), PCRE2_INFO_NAMECOUNT, &count);
+  pcre2_pattern_info(code.get(), PCRE2_INFO_NAMEENTRYSIZE, &size);
+  pcre2_pattern_info(code.get(), PCRE2_INFO_NAMETABLE, &entry);
+  std::set<std::string> names;
+  for (; count > 0; --count, entry += size) names.insert(reinterpret_cast<const char*>(entry + 2));
+  return names;
+}
+
 Pattern::Outcome Pattern::match(std::string_view text) const {
   if (!ok()) return FAILED;
   std::uint32_t options = 0;

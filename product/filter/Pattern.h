@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,7 @@ class Pattern {
   std::size_t errorOffset() const { return offset; }
 
   std::uint32_t captures() const;
+  std::set<std::string> groupNames() const;
 
   // Searches `text`, UTF-8, with a bounded number of steps in all; may be called by several
   // threads.
