@@ -35,13 +35,16 @@ bool take(std::string_view& text, char c) {
   return true;
 }
 
-// Cuts one filter off the front; false when there is none.
-bool takeFilter(std::string_view& text) {
-  if (!take(text, '(')) return false;
-  if (take(text, '!')) return takeFilter(text) && take(text, ')');
+// Filters within filters. Each takes some of the stack.
+constexpr int DEEPEST = 100;
+
+// Cuts one filter off the front; false when there is none, or a deeper one.
+bool takeFilter(std::string_view& text, int depth = 0) {
+  if (depth > DEEPEST || !take(text, '(')) return false;
+  if (take(text, '!')) return takeFilter(text, depth + 1) && take(text, ')');
   if (take(text, '&') || take(text, '|')) {
     do {
-      if (!takeFilter(text)) return false;
+      if (!takeFilter(text, depth + 1)) return false;
     } while (!text.empty() && text.front() == '(');
     return take(text, ')');
   }

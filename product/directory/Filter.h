@@ -10,7 +10,8 @@ namespace VESK::directory {
 
 // An attribute's name or OID, with options.
 bool isAttributeName(std::string_view text);
-// Whether parentheses and comparisons are well formed; what a server knows is for it to say.
+// Whether parentheses, at most 100 within each other, and comparisons are well formed; what a
+// server knows is for it to say.
 bool isFilter(std::string_view text);
 
 // A value that stands for itself.
