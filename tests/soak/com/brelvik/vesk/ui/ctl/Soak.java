@@ -86,7 +86,7 @@ final class Soak implements Callable<Integer> {
             SoakReport told = new SoakReport(out, storm, gauge, first, kinds, references);
             run(told);
             settle();
-            return (told.print(steward.restarts()) ? Status.DONE : Status.FAILED).number();
+            return (told.print(steward) ? Status.DONE : Status.FAILED).number();
         }
     }
 

@@ -43,11 +43,12 @@ final class SoakReport {
     }
 
     /** @return whether every check holds */
-    boolean print(int restarts) {
+    boolean print(Steward steward) {
         entryPoints();
         storm.complaints().stream().distinct().limit(20).forEach(complaint -> say("wrong: %s", complaint));
         check(storm.complained() == 0, "%d calls answered what they may not, threw or hung", storm.complained());
-        say("%d restarts of servers", restarts);
+        say("%d restarts of servers", steward.restarts());
+        check(steward.failure() == null, "the servers are not restarted any more: %s", steward.failure());
         if (storm.done() >= LEAST_CALLS) {
             slopes();
             latency();

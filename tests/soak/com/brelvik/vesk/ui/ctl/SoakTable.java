@@ -276,13 +276,13 @@ final class SoakTable {
     private void parent() {
         add("WzrdJNI.chkMasterDB", PROGRAM, "PARENT", PARENT).answers(0).within(120);
         add("WzrdJNI.getParentVersion", PROGRAM, "PARENT", PARENT).answers(0).shows("7.5").within(120);
-        add("WzrdJNI.regToMaster", CHANGE, "PARENT", PARENT).answers(0, 5).within(120);
+        add("WzrdJNI.regToMaster", CHANGE, "PARENT", PARENT).answers(0, 4, 5).within(120);
         add("WzrdJNI.afterRegister", PROGRAM).answers(0);
         add("WzrdJNI.restartServices", CHANGE, "MODE", "1").answers(0, LOCKED).within(120);
         add("WzrdJNI.restartServices", CHANGE / 4, "MODE", "2").answers(0, 1 << 8).within(120);
         add("WzrdJNI.restartServices", CHANGE / 4, "MODE", "3").answers(0, 1 << 8).within(120);
-        add("BackupJNI.doExport", CHANGE, "FILE", folder + "/soak.tgz").answers(0, 6).within(120).keepsTexts();
-        add("BackupJNI.doImport", CHANGE, "FILE", folder + "/saved.tgz", "MODE", "full").answers(0, 6).within(120)
+        add("BackupJNI.doExport", CHANGE, "FILE", folder + "/soak.tgz").answers(0, 5, 6).within(120).keepsTexts();
+        add("BackupJNI.doImport", CHANGE, "FILE", folder + "/saved.tgz", "MODE", "full").answers(0, 5, 6).within(120)
                 .keepsTexts();
         add("PolicyJNI.notifyUpdatePolicyNow", PROGRAM, "FIRST", "all", "SECOND", "all", "THIRD",
                 "admin@example.com").answers(0);

@@ -27,7 +27,8 @@ final class Steward implements Runnable {
     private final Map<String, Queue<Outage>> outages = new ConcurrentHashMap<>();
     private final Map<String, Long> away = new ConcurrentHashMap<>();
     private volatile boolean ended;
-    private int restarts;
+    private volatile String failure;
+    private volatile int restarts;
 
     /**
      * @param folder has the pipes {@code orders} and {@code reports}
@@ -52,7 +53,14 @@ final class Steward implements Runnable {
             }
         } catch (InterruptedException e) {
             Thread.currentThread().interrupt();
+        } catch (IllegalStateException e) {
+            failure = e.getMessage();
         }
+    }
+
+    /** Why it gave up, or null. */
+    String failure() {
+        return failure;
     }
 
     /** The restart that is under way is the last one. */
