@@ -51,6 +51,7 @@ bool countUpload(const std::string& home, Failure& failure) {
   if (!lock.takeUploadNumber(home, failure)) return false;
   const std::string path = home + "/data/update/upload-number";
   const std::string text = readFile(path, 32);
+  if (text.empty() && errno != 0 && errno != ENOENT) return failure.setSystem("read", path, errno);
   std::uint64_t number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return replaceFile(path, std::to_string(number + 1) + "\n", failure);

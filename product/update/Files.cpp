@@ -90,6 +90,7 @@ bool replaceFile(const std::string& path, std::string_view content, Failure& fai
 }
 
 std::string readFile(const std::string& path, std::size_t limit) {
+  errno = 0;
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   std::string content(limit, '\0');
   const ssize_t count = file ? ::read(file.get(), content.data(), limit) : 0;

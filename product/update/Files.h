@@ -35,7 +35,8 @@ bool draftLink(const std::string& path, const std::string& target, Failure& fail
 // Puts a file of this content in place in one step; on the disk when it returns.
 bool replaceFile(const std::string& path, std::string_view content, Failure& failure);
 
-// At most `limit` bytes; empty when there is none.
+// At most `limit` bytes. Empty when there is no such file or it cannot be read, and errno then says
+// why; it is 0 for a file that is empty.
 std::string readFile(const std::string& path, std::size_t limit);
 
 // Puts the draft in place in one step if this has not been done; a draft that was lost is made

@@ -2,11 +2,12 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <set>
-#include <sstream>
+#include <string_view>
 #include <vector>
 
 #include "Files.h"
@@ -27,6 +28,13 @@ std::vector<std::string> namesIn(const std::string& folder) {
   std::vector<std::string> names;
   forEachIn(folder, [&](const char* name, int) { names.emplace_back(name); });
   return names;
+}
+
+// Without a stream, which would take memory that ends for the end of the text.
+std::string takeLine(std::string_view& rest) {
+  const std::string_view line = rest.substr(0, rest.find('\n'));
+  rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+  return std::string(line);
 }
 
 }  // namespace
@@ -124,11 +132,16 @@ bool Store::draft(const Switch& change, Failure& failure) {
 
 // Can be done again from any point on, until "switch" is gone.
 bool Store::finish(Failure& failure) {
-  std::istringstream lines(readFile(at("switch"), LONGEST_SWITCH));
-  Switch change;
-  if (!std::getline(lines, change.current)) return true;
-  std::getline(lines, change.previous);
-  std::getline(lines, change.left);
+  const std::string text = readFile(at("switch"), LONGEST_SWITCH);
+  if (text.empty()) {
+    // One that cannot be read is decided all the same.
+    if (errno == 0 || errno == ENOENT) return true;
+    failure.setSystem("switch", at("switch"), errno);
+    failure.hint = DECIDED;
+    return false;
+  }
+  std::string_view rest = text;
+  const Switch change{takeLine(rest), takeLine(rest), takeLine(rest)};
   if (!place(change, failure)) {
     failure.hint = DECIDED;
     return false;

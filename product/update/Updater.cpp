@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <charconv>
+#include <optional>
 #include <string_view>
 
 #include "Archive.h"
@@ -60,7 +62,9 @@ bool Updater::fetchManifest(Manifest& fresh, Failure& failure) {
       !readManifest(text, signature, options.keyFile, options.maxPackage, fresh, failure)) {
     return false;
   }
-  const std::uint64_t last = lastSerial(fresh.signer);
+  const std::optional<std::uint64_t> accepted = lastSerial(fresh.signer);
+  if (!accepted) return failure.setSystem("manifest", serialPath(home), errno);
+  const std::uint64_t last = *accepted;
   if (fresh.serial >= last) return true;
   return failure.set("manifest", "older than one accepted before",
                      "serial " + std::to_string(fresh.serial) + " of " + fresh.issued +
@@ -68,9 +72,11 @@ bool Updater::fetchManifest(Manifest& fresh, Failure& failure) {
                      "somebody replays an old manifest, or the source was set back");
 }
 
-// A new key begins anew.
-std::uint64_t Updater::lastSerial(const std::string& signer) const {
+// A new key begins anew. None when the file is there and cannot be read: whoever took that for no
+// serial would take any old manifest.
+std::optional<std::uint64_t> Updater::lastSerial(const std::string& signer) const {
   const std::string text = readFile(serialPath(home), 128);
+  if (text.empty() && errno != 0 && errno != ENOENT) return std::nullopt;
   std::uint64_t serial = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), serial);
   const std::string_view rest(end, static_cast<std::size_t>(text.data() + text.size() - end));
@@ -79,8 +85,8 @@ std::uint64_t Updater::lastSerial(const std::string& signer) const {
 
 // Whether the last one that any process accepted is later, or of another key.
 bool Updater::isOutdated(const Manifest& seen) const {
-  const std::uint64_t last = lastSerial(seen.signer);
-  return last > seen.serial || (last == 0 && !readFile(serialPath(home), 1).empty());
+  const std::optional<std::uint64_t> last = lastSerial(seen.signer);
+  return !last || *last > seen.serial || (*last == 0 && !readFile(serialPath(home), 1).empty());
 }
 
 const Manifest* Updater::acceptManifest(Failure& failure) {
@@ -94,7 +100,9 @@ const Manifest* Updater::acceptManifest(Failure& failure) {
 }
 
 bool Updater::keepSerial(const Manifest& accepted, Failure& failure) {
-  if (lastSerial(accepted.signer) >= accepted.serial) return true;
+  const std::optional<std::uint64_t> last = lastSerial(accepted.signer);
+  if (!last) return failure.setSystem("manifest", serialPath(home), errno);
+  if (*last >= accepted.serial) return true;
   return replaceFile(serialPath(home),
                      std::to_string(accepted.serial) + " " + accepted.signer + "\n", failure);
 }

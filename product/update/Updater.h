@@ -34,7 +34,7 @@ class Updater {
   bool fetchManifest(Manifest& fresh, Failure& failure);
   // What may be believed under the lock; its serial is kept.
   const Manifest* acceptManifest(Failure& failure);
-  std::uint64_t lastSerial(const std::string& signer) const;
+  std::optional<std::uint64_t> lastSerial(const std::string& signer) const;
   bool isOutdated(const Manifest& seen) const;
   bool keepSerial(const Manifest& accepted, Failure& failure);
 
