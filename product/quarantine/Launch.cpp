@@ -22,17 +22,23 @@ class Actions {
  public:
   explicit Actions(int lock) {
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, lock, LOCK_DESCRIPTOR);
-    posix_spawn_file_actions_addclosefrom_np(&actions, LOCK_DESCRIPTOR + 1);
+    error = posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    take(posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0));
+    take(posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO));
+    take(posix_spawn_file_actions_adddup2(&actions, lock, LOCK_DESCRIPTOR));
+    take(posix_spawn_file_actions_addclosefrom_np(&actions, LOCK_DESCRIPTOR + 1));
   }
   ~Actions() { posix_spawn_file_actions_destroy(&actions); }
   Actions(const Actions&) = delete;
   Actions& operator=(const Actions&) = delete;
 
   posix_spawn_file_actions_t actions;
+  int error;  // the first one: a job that lacks one of these must not start
+
+ private:
+  void take(int next) {
+    if (error == 0) error = next;
+  }
 };
 
 class Attributes {
@@ -77,6 +83,7 @@ int spawn(const Options& options, Kind kind, long long run, int lock, pid_t& chi
   std::vector<std::string> environment = environmentFor(options);
   const Actions files(lock);
   const Attributes attributes;
+  if (files.error != 0) return files.error;
   return ::posix_spawn(&child, words[0].c_str(), &files.actions, &attributes.attributes,
                        pointersTo(words).data(), pointersTo(environment).data());
 }

@@ -72,8 +72,12 @@ Statement::Statement(Store& owner, const char* sql) : store(owner) {
 }
 
 void Statement::bind(int index, const std::string& value) {
-  sqlite3_bind_text(statement.get(), index, value.data(), static_cast<int>(value.size()),
-                    SQLITE_TRANSIENT);
+  check(sqlite3_bind_text(statement.get(), index, value.data(), static_cast<int>(value.size()),
+                          SQLITE_TRANSIENT));
+}
+
+void Statement::check(int result) const {
+  if (result != SQLITE_OK) store.fail(result);
 }
 
 bool Statement::next() {
@@ -91,7 +95,9 @@ bool Statement::run() {
 
 std::string Statement::text(int column) const {
   const unsigned char* value = sqlite3_column_text(statement.get(), column);
-  return value == nullptr ? "" : reinterpret_cast<const char*>(value);
+  if (value != nullptr) return reinterpret_cast<const char*>(value);
+  if (sqlite3_errcode(store.database.get()) == SQLITE_NOMEM) store.fail(SQLITE_NOMEM);
+  return {};
 }
 
 Store::Store(const char* work, const Options& options, Mode mode)

@@ -43,11 +43,15 @@ class Statement {
   bool null(int column) const {
     return sqlite3_column_type(statement.get(), column) == SQLITE_NULL;
   }
-  std::string text(int column) const;
+  std::string text(int column) const;  // empty for NULL and after a failure
 
  private:
-  void bind(int index, long long value) { sqlite3_bind_int64(statement.get(), index, value); }
+  void bind(int index, long long value) {
+    check(sqlite3_bind_int64(statement.get(), index, value));
+  }
   void bind(int index, const std::string& value);
+  // A value that finds no memory would be taken for NULL.
+  void check(int result) const;
 
   Store& store;
   std::unique_ptr<sqlite3_stmt, FinalizeStatement> statement;
@@ -78,7 +82,7 @@ class Store {
     Statement statement(*this, sql);
     return statement.with(values...).next() ? statement.number(0) : 0;
   }
-  long long changes() const { return sqlite3_changes(database.get()); }
+  long long changes() const { return database ? sqlite3_changes(database.get()) : 0; }
 
  private:
   friend class Statement;
