@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -211,12 +212,14 @@ bool sameFile(std::FILE* one, std::FILE* other) {
          S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-void writeRules(std::FILE* in, std::FILE* out) {
+bool writeRules(std::FILE* in, const char* input, std::FILE* out, const char* output) {
   char line[LINE_SIZE];
   Rule rule;
   while (ferror_unlocked(out) == 0 && fgets_unlocked(line, sizeof line, in) != nullptr) {
     if (parseRule(line, rule)) writeRule(rule, out);
   }
+  if (ferror_unlocked(in) != 0) return fail("read", input);
+  return (std::fflush(out) == 0 && ferror_unlocked(out) == 0) || fail("write", output);
 }
 
 // A table that is cut off would look whole to Postfix. `out` is null when it is closed already.
@@ -231,13 +234,83 @@ void dropTable(const File& out, const char* path) {
   if (emptied != 0) fail("empty", path);
 }
 
-// Not emptied yet.
-File openForWriting(const char* path) {
-  const int descriptor = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+File streamOf(int descriptor) {
   if (descriptor < 0) return {};
   File file(fdopen(descriptor, "w"));
   if (!file) close(descriptor);
   return file;
+}
+
+// Not emptied yet. `made` tells whether it was not there before.
+File openForWriting(const char* path, bool& made) {
+  constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
+  const int descriptor = open(path, flags | O_EXCL, 0666);
+  made = descriptor >= 0;
+  return streamOf(made ? descriptor : open(path, flags, 0666));
+}
+
+// A new file beside the table, which takes its place when it is whole. There is none for what is no
+// plain file of one name, nor where the folder takes no file or not with the table's owner and
+// mode: the table itself is then written to.
+class Draft {
+ public:
+  Draft(const char* tablePath, std::FILE* table) : path(tablePath) {
+    struct stat named {};
+    struct stat opened {};
+    if (lstat(path, &named) != 0 || fstat(fileno(table), &opened) != 0) return;
+    if (!S_ISREG(named.st_mode) || named.st_nlink != 1 || named.st_ino != opened.st_ino) return;
+    std::snprintf(name, sizeof name, "%s.XXXXXX", path);
+    const int descriptor = mkostemp(name, O_CLOEXEC);
+    if (descriptor < 0) {
+      name[0] = '\0';
+      return;
+    }
+    stream = streamOf(descriptor);
+    if (!stream || !takeAfter(named)) drop();
+  }
+  ~Draft() { drop(); }
+  Draft(const Draft&) = delete;
+  Draft& operator=(const Draft&) = delete;
+
+  explicit operator bool() const { return stream != nullptr; }
+  std::FILE* get() const { return stream.get(); }
+
+  bool place() {
+    if (std::fclose(stream.release()) != 0) return fail("write", path);
+    if (std::rename(name, path) != 0) return fail("replace", path);
+    name[0] = '\0';
+    return true;
+  }
+
+ private:
+  bool takeAfter(const struct stat& table) {
+    struct stat own {};
+    const int descriptor = fileno(stream.get());
+    if (fstat(descriptor, &own) != 0) return false;
+    const bool sameOwner = own.st_uid == table.st_uid && own.st_gid == table.st_gid;
+    return (sameOwner || fchown(descriptor, table.st_uid, table.st_gid) == 0) &&
+           fchmod(descriptor, table.st_mode & 07777) == 0;
+  }
+  void drop() {
+    stream.reset();
+    if (name[0] != '\0') unlink(name);
+    name[0] = '\0';
+  }
+
+  const char* path;
+  char name[PATH_MAX + sizeof ".XXXXXX"] = {};  // no heap, which may be at its end
+  File stream;
+};
+
+// Into the table itself, which is emptied when it does not become whole.
+bool writeInPlace(std::FILE* in, const char* input, File& out, const char* output) {
+  if (ftruncate(fileno(out.get()), 0) != 0 && errno != EINVAL) return fail("empty", output);
+  if (writeRules(in, input, out.get(), output)) {
+    if (std::fclose(out.release()) == 0) return true;
+    fail("write", output);
+  }
+  dropTable(out, output);
+  return false;
 }
 
 }  // namespace
@@ -254,7 +327,8 @@ bool writeRestrictionFile(const char* input, const char* output) {
   const auto buffers = std::make_unique<char[]>(2 * BLOCK_SIZE);  // outlive the files
   File in(std::fopen(input, "re"));
   if (!in) return fail("open", input);
-  File out = openForWriting(output);
+  bool made = false;
+  File out = openForWriting(output, made);
   if (!out) {
     static_cast<void>(in.release());  // stays open until the process ends, on purpose
     return fail("open", output);
@@ -263,19 +337,11 @@ bool writeRestrictionFile(const char* input, const char* output) {
     Log::LogByLevel(1, "client restrictions: %s cannot be both rules and table", input);
     return false;
   }
-  if (ftruncate(fileno(out.get()), 0) != 0 && errno != EINVAL) return fail("empty", output);
   std::setvbuf(in.get(), buffers.get(), _IOFBF, BLOCK_SIZE);
-  std::setvbuf(out.get(), buffers.get() + BLOCK_SIZE, _IOFBF, BLOCK_SIZE);
-  writeRules(in.get(), out.get());
-  if (ferror_unlocked(in.get()) != 0) {
-    fail("read", input);
-  } else if (std::fflush(out.get()) != 0 || ferror_unlocked(out.get()) != 0) {
-    fail("write", output);
-  } else if (std::fclose(out.release()) == 0) {
-    return true;
-  } else {
-    fail("write", output);
-  }
-  dropTable(out, output);
+  Draft draft(output, out.get());
+  std::setvbuf(draft ? draft.get() : out.get(), buffers.get() + BLOCK_SIZE, _IOFBF, BLOCK_SIZE);
+  if (!draft) return writeInPlace(in.get(), input, out, output);
+  if (writeRules(in.get(), input, draft.get(), output) && draft.place()) return true;
+  if (made) unlink(output);
   return false;
 }
