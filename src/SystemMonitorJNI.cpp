@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <memory>
 
 #include "AgentEndpoint.h"
 #include "JniCommon.h"
@@ -18,6 +19,12 @@ constexpr jint notWritten = -1;
 // As of one agent: nobody knows how many were told.
 constexpr jint notTold = -1;
 
+struct DeleteLocal {
+  JNIEnv* env;
+  void operator()(jstring string) const { env->DeleteLocalRef(string); }
+};
+using LocalString = std::unique_ptr<_jstring, DeleteLocal>;
+
 // Logged one by one, as they are taken over.
 std::vector<std::string> addressesOf(JNIEnv* env, jobject list) {
   const jint size = env->CallIntMethod(list, jArrLSize);
@@ -25,14 +32,12 @@ std::vector<std::string> addressesOf(JNIEnv* env, jobject list) {
   Log::LogByLevel(3, "IpPortList.size()=%d", size);
   std::vector<std::string> addresses;
   for (jint i = 0; i < size && !threw; ++i) {
-    auto* element = static_cast<jstring>(env->CallObjectMethod(list, jArrLGet, i));
+    const LocalString element(static_cast<jstring>(env->CallObjectMethod(list, jArrLGet, i)),
+                              {env});
     if (env->ExceptionCheck()) break;
-    {
-      const VeskJniString address(env, element);
-      Log::LogByLevel(3, "ipPortStr=%s", address.str);
-      addresses.emplace_back(address.str);
-    }
-    env->DeleteLocalRef(element);
+    const VeskJniString address(env, element.get());
+    Log::LogByLevel(3, "ipPortStr=%s", address.str);
+    addresses.emplace_back(address.str);
   }
   return addresses;
 }

@@ -20,9 +20,8 @@ using UrlHandle = std::unique_ptr<CURLU, FreeUrl>;
 std::string part(const UrlHandle& url, CURLUPart which) {
   char* text = nullptr;
   if (curl_url_get(url.get(), which, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) return {};
-  std::string copy = text;
-  curl_free(text);
-  return copy;
+  const std::unique_ptr<char, decltype(&curl_free)> owner(text, curl_free);
+  return text;
 }
 
 CURLUcode parse(const UrlHandle& url, const std::string& text) {

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
+#include <new>
 #include <string_view>
 #include <system_error>
 
@@ -57,10 +59,11 @@ bool isService(krb5_const_principal principal) { return principal->length > 1; }
 
 std::string nameOf(krb5_context context, krb5_const_principal principal) {
   char* text = nullptr;
-  if (krb5_unparse_name(context, principal, &text) != 0) return {};
-  std::string copy = text;
-  krb5_free_unparsed_name(context, text);
-  return copy;
+  // An older entry must not be taken because the newest one's name found no memory.
+  if (krb5_unparse_name(context, principal, &text) != 0) throw std::bad_alloc();
+  const auto release = [context](char* name) { krb5_free_unparsed_name(context, name); };
+  const std::unique_ptr<char, decltype(release)> owner(text, release);
+  return text;
 }
 
 struct Newest {
@@ -78,15 +81,36 @@ struct Newest {
   }
 };
 
+// A walk through a keytab, ended with its owner.
+class Walk {
+ public:
+  Walk(krb5_context krb5, krb5_keytab table) : context(krb5), keytab(table) {
+    started = krb5_kt_start_seq_get(context, keytab, &cursor);
+  }
+  ~Walk() {
+    if (started == 0) krb5_kt_end_seq_get(context, keytab, &cursor);
+  }
+  Walk(const Walk&) = delete;
+  Walk& operator=(const Walk&) = delete;
+
+  krb5_error_code start() const { return started; }
+  krb5_error_code next(Entry& entry) { return entry.next(keytab, &cursor); }
+
+ private:
+  krb5_context context;
+  krb5_keytab keytab;
+  krb5_kt_cursor cursor = nullptr;
+  krb5_error_code started;
+};
+
 krb5_error_code readKeytab(krb5_context context, const std::string& path, Newest& newest) {
   Keytab keytab(context);
-  krb5_kt_cursor cursor = nullptr;
   krb5_error_code code = krb5_kt_resolve(context, ("FILE:" + path).c_str(), keytab.out());
-  if (code == 0) code = krb5_kt_start_seq_get(context, keytab.get(), &cursor);
   if (code != 0) return code;
+  Walk walk(context, keytab.get());
+  if (walk.start() != 0) return walk.start();
   Entry entry(context);
-  while ((code = entry.next(keytab.get(), &cursor)) == 0) newest.consider(context, *entry);
-  krb5_kt_end_seq_get(context, keytab.get(), &cursor);
+  while ((code = walk.next(entry)) == 0) newest.consider(context, *entry);
   return code == KRB5_KT_END ? 0 : code;
 }
 

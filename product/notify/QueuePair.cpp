@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include "GMime.h"
 #include "shared/Descriptor.h"
@@ -48,11 +49,11 @@ class Arrival {
 
   // Readers of the queue pass over names that begin with a dot.
   bool write() {
-    const std::string name = std::string(".") + Text(g_uuid_string_random()).get();
+    std::string name = std::string(".") + Text(g_uuid_string_random()).get();
     target = Descriptor(
         ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, FILE_MODE));
     if (!target) return fail("create");
-    present = name;
+    present = std::move(name);  // needs no memory, now that the file is there
     // Whatever the umask says.
     if (::fchmod(target.get(), FILE_MODE) != 0) return fail("set mode");
     if (!fitsLimit(file.content.size()) || !writeAll(target.get(), file.content)) {
@@ -66,8 +67,9 @@ class Arrival {
   bool sync() { return ::fsync(target.get()) == 0 || fail("sync"); }
 
   bool appear() {
+    std::string name = file.name;
     if (!rename()) return fail("rename");
-    present = file.name;
+    present = std::move(name);
     return true;
   }
 

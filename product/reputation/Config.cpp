@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 namespace VESK::reputation {
@@ -27,9 +28,15 @@ bool narrow(const wchar_t (&wide)[Size], std::string& text) {
   return false;
 }
 
+// An address that finds no memory is not one that is wrong.
+bool fine(CURLUcode code) {
+  if (code == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
+  return code == CURLUE_OK;
+}
+
 std::string part(CURLU* url, CURLUPart which, unsigned flags = 0) {
   char* text = nullptr;
-  if (curl_url_get(url, which, &text, flags) != CURLUE_OK) return {};
+  if (!fine(curl_url_get(url, which, &text, flags))) return {};
   const std::unique_ptr<char, decltype(&curl_free)> owner(text, curl_free);
   return text;
 }
@@ -39,8 +46,9 @@ Url parsed(const std::string& address, const char* fallbackScheme) {
   const std::string text =
       address.find("://") == std::string::npos ? fallbackScheme + address : address;
   Url url(curl_url());
-  if (!url || address.find(' ') != std::string::npos ||
-      curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_DISALLOW_USER) != CURLUE_OK) {
+  if (!url) throw std::bad_alloc();
+  if (address.find(' ') != std::string::npos ||
+      !fine(curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_DISALLOW_USER))) {
     return nullptr;
   }
   const std::string scheme = part(url.get(), CURLUPART_SCHEME);
@@ -58,7 +66,7 @@ const char* readServer(const quorServerConfig& config, Target& target) {
   if (!narrow(config.serverAddr, address)) return "the server's address is no printable ASCII";
   if (address.empty()) return "there is no server address";
   const Url url = parsed(address, "https://");
-  if (!url || curl_url_set(url.get(), CURLUPART_PATH, "/status", 0) != CURLUE_OK) {
+  if (!url || !fine(curl_url_set(url.get(), CURLUPART_PATH, "/status", 0))) {
     return "the server's address is none";
   }
   target.url = part(url.get(), CURLUPART_URL);

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstring>
 #include <mutex>
-#include <new>
 #include <optional>
 #include <string>
 
@@ -12,6 +11,7 @@
 #include "Request.h"
 #include "product/log.h"
 #include "product/settings.h"
+#include "shared/Boundary.h"
 
 using namespace VESK::reputation;
 
@@ -89,14 +89,15 @@ int checkStatus(const quorServerConfig* config, const quorSSLOptions* options, i
 
 }  // namespace
 
-int quorLoadDefaultServerConfigEx(int kind, quorServerConfig* config) {
+int quorLoadDefaultServerConfigEx(int kind, quorServerConfig* config) try {
   if (kind != QUOR_CONFIG_SERVER || config == nullptr) return badConfig("no record, or its kind");
   *config = {};
   config->proxyPort = 8080;
   return QUOR_OK;
 }
+VESK_AT_BOUNDARY("reputation", QUOR_NO_RESOURCES)
 
-int quorLoadDefaultSSLOptionEx(int kind, quorSSLOptions* options) {
+int quorLoadDefaultSSLOptionEx(int kind, quorSSLOptions* options) try {
   if (kind != QUOR_CONFIG_SERVER || options == nullptr) return badConfig("no record, or its kind");
   *options = {1, 1, 1, {}};
   const std::string file = caFileSetting();
@@ -105,8 +106,9 @@ int quorLoadDefaultSSLOptionEx(int kind, quorSSLOptions* options) {
   std::memcpy(options->caFile, file.data(), file.size());
   return QUOR_OK;
 }
+VESK_AT_BOUNDARY("reputation", QUOR_NO_RESOURCES)
 
-int quorSetServerConfigEx(quorServerConfig* config) {
+int quorSetServerConfigEx(quorServerConfig* config) try {
   Target target;
   const char* fault = config == nullptr ? "no record" : read(*config, target);
   if (fault != nullptr) return badConfig(fault);
@@ -114,22 +116,19 @@ int quorSetServerConfigEx(quorServerConfig* config) {
   current().server = *config;
   return QUOR_OK;
 }
+VESK_AT_BOUNDARY("reputation", QUOR_NO_RESOURCES)
 
-int quorSetSSLOptionsEx(quorSSLOptions* options) {
+int quorSetSSLOptionsEx(quorSSLOptions* options) try {
   const char* fault = options == nullptr ? "no record" : check(*options);
   if (fault != nullptr) return badConfig(fault);
   const std::lock_guard lock(current().mutex);
   current().tls = *options;
   return QUOR_OK;
 }
+VESK_AT_BOUNDARY("reputation", QUOR_NO_RESOURCES)
 
 int quorChkServerStatusEx(quorServerConfig* config, quorSSLOptions* options, int* limit,
-                          int* errorCode, double* totalTime) {
-  try {
-    return checkStatus(config, options, limit, errorCode, totalTime);
-  } catch (const std::bad_alloc&) {
-    VESK::Log::LogByLevel(VESK::LOG_NORMAL,
-                          "reputation: start failed: out of memory; hint: try again");
-    return QUOR_NO_RESOURCES;
-  }
+                          int* errorCode, double* totalTime) try {
+  return checkStatus(config, options, limit, errorCode, totalTime);
 }
+VESK_AT_BOUNDARY("reputation", QUOR_NO_RESOURCES)
