@@ -29,10 +29,17 @@ final class Gauge {
      *
      * @param calls done before
      * @param heap bytes in use in the C heap
+     * @param vm those that the VM itself asked for
+     * @param copies those that it asked for on behalf of native code, and for other inner things
      * @param resident bytes in memory that are not the Java heap, which is fixed and in memory from the start
      * @param kept by the calls until then, on purpose
      */
-    record Sample(long calls, long heap, long resident, Kept kept, long descriptors, long threads) {}
+    record Sample(long calls, long heap, long vm, long copies, long resident, Kept kept, long descriptors, long threads) {
+        /** Bytes in use in the C heap that the VM did not ask for. */
+        long libraries() {
+            return heap - vm;
+        }
+    }
 
     /** Processes that this one started and that are still there, or have ended without being waited for. */
     record Children(long living, long zombies) {}
@@ -47,7 +54,9 @@ final class Gauge {
 
     static Sample now(long calls, Kept kept) {
         long java = Runtime.getRuntime().totalMemory();
-        return new Sample(calls, NativeHeap.inUse(), status("RssAnon") * 1024 - java, kept, descriptors(),
+        String account = diagnose("vmNativeMemory", "summary", "scale=B");
+        return new Sample(calls, NativeHeap.inUse(), sum(account), sum(account.replaceFirst(
+                "(?s).*?(- +Internal .*?)\n-.*", "$1")), status("RssAnon") * 1024 - java, kept, descriptors(),
                 status("Threads"));
     }
 
@@ -73,10 +82,10 @@ final class Gauge {
         return below == 0 ? 0 : 1000 * above / below;
     }
 
-    /** One a line: calls, C heap, memory, kept bytes, descriptors, threads. */
+    /** One a line: calls, C heap, of it the VM's, copies, memory, kept bytes, descriptors, threads. */
     synchronized void write(Path file) throws IOException {
         Files.write(file, samples.stream().map(sample -> String.join(" ", List.of("" + sample.calls, "" + sample.heap,
-                "" + sample.resident, "" + sample.kept.bytes(), "" + sample.descriptors, "" + sample.threads)))
+                "" + sample.vm, "" + sample.copies,                "" + sample.resident, "" + sample.kept.bytes(), "" + sample.descriptors, "" + sample.threads)))
                 .toList());
     }
 
@@ -109,15 +118,18 @@ final class Gauge {
 
     /** Global references of the JNI, as the VM itself counts them. */
     static long globalReferences() {
+        Matcher found = Pattern.compile("JNI global refs: (\\d+)").matcher(diagnose("threadPrint"));
+        if (!found.find()) {
+            throw new IllegalStateException("the VM does not tell its global references");
+        }
+        return Long.parseLong(found.group(1));
+    }
+
+    private static String diagnose(String command, String... arguments) {
         try {
-            Object dump = ManagementFactory.getPlatformMBeanServer().invoke(
-                    new ObjectName("com.sun.management:type=DiagnosticCommand"), "threadPrint",
-                    new Object[] {new String[0]}, new String[] {String[].class.getName()});
-            Matcher found = Pattern.compile("JNI global refs: (\\d+)").matcher((String) dump);
-            if (!found.find()) {
-                throw new IllegalStateException("the VM does not tell its global references");
-            }
-            return Long.parseLong(found.group(1));
+            return (String) ManagementFactory.getPlatformMBeanServer().invoke(
+                    new ObjectName("com.sun.management:type=DiagnosticCommand"), command, new Object[] {arguments},
+                    new String[] {String[].class.getName()});
         } catch (JMException e) {
             throw new IllegalStateException(e);
         }
@@ -130,6 +142,12 @@ final class Gauge {
         } catch (IOException e) {
             return new String[0]; // it has ended
         }
+    }
+
+    // Of the VM's account of its memory, what comes from the C heap.
+    private static long sum(String account) {
+        return Pattern.compile("(?:malloc|arena|tracking overhead)=(\\d+)").matcher(account).results()
+                .mapToLong(found -> Long.parseLong(found.group(1))).sum();
     }
 
     private static String kind(Path descriptor) {

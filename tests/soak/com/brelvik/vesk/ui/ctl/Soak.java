@@ -147,7 +147,7 @@ final class Soak implements Callable<Integer> {
             long taken = NativeHeap.inUse() - before;
             least = taken > 0 ? Math.min(least, taken) : least;
         }
-        Kept connection = new Kept(least, 1, 0);
+        Kept connection = new Kept(least, 0, 1, 0);
         unowned.keepsWith(0, connection).keepsWith(205, connection);
         owned.keepsWith(205, connection);
         return least;

@@ -14,7 +14,6 @@ import java.util.stream.Collectors;
 /** A call of the soak: how often it is made, what it may answer, and what it keeps on purpose. */
 final class SoakCall {
     private static final Map<Class<?>, Object> PEERS = new HashMap<>();
-    private static final int WORD = 8; // a block of the heap has its size in front, in steps of two words
 
     private final PeerMethod method;
     private final int share;
@@ -71,9 +70,8 @@ final class SoakCall {
     /** The VM's copies of all texts among the arguments are never given back. */
     SoakCall keepsTexts() {
         long texts = Arrays.stream(values).filter(String.class::isInstance)
-                .mapToLong(text -> Math.max(4 * WORD, ((String) text).length() + 1 + WORD + 2 * WORD - 1 & -2 * WORD))
-                .sum();
-        return keeps(new Kept(texts, 0, 0));
+                .mapToLong(text -> ((String) text).length() + 1).sum(); // ASCII
+        return keeps(new Kept(0, texts, 0, 0));
     }
 
     /** What it keeps besides, whatever it answers. */

@@ -28,8 +28,7 @@ final class SoakTable {
     private static final int PROGRAM = 250;
     private static final int CHANGE = 200;
     private static final int LOCKED = 5 << 8; // another one kept the file for too long
-    // One element of the VM's table of global references, and its share of the table's blocks.
-    private static final Kept REFERENCE = new Kept(10, 0, 1);
+    private static final Kept REFERENCE = new Kept(0, 0, 0, 1);
     private static final int JOB_RESULT = 64;
 
     private final Map<String, PeerMethod> methods =
@@ -219,7 +218,7 @@ final class SoakTable {
         add("EuqJNI.registEuq", LOOKUP / 5, "NAME", "scanner-a").answers(0, 4, 12).keepsTexts();
         add("EuqJNI.unregistEuq", LOOKUP / 5, "AREA", "2").answers(0, 3, 4, 11);
         // Two results at each start, and one with a text that is fetched after it.
-        Kept results = new Kept(4 * JOB_RESULT, 0, 0);
+        Kept results = new Kept(4 * JOB_RESULT, 0, 0, 0);
         add("EuqJNI.transferEuqData", PROGRAM, "AREA", "1").answers(0, 3, 4).keeps(results);
         add("EuqJNI.removeEuqData", PROGRAM).answers(0, 4).keeps(results);
         add("EuqJNI.cancelTransferEuqData", PROGRAM).answers(0, 8);
