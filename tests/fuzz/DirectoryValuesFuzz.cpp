@@ -85,6 +85,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string second = input.rest();
   expectEscapes(second);
   if (isFilter(first)) FUZZ_EXPECT(!isFilter(first + first) && !isFilter(first + ")"));
+  if (isAttributeName(first)) FUZZ_EXPECT(isFilter(item(first, "x")) && isAscii(first));
   expectDn(first, second.substr(0, second.find('\0')));
   expectRange(first);
   expectShown(first, second);

@@ -88,6 +88,8 @@ jstring FakeJava::string(std::u16string text) {
   return reinterpret_cast<jstring>(&world->strings.back());
 }
 
+std::string FakeJava::utfOf(jstring text) { return stringOf(text).utf; }
+
 jbyteArray FakeJava::bytes(std::string content) {
   world->arrays.push_back(std::move(content));
   return reinterpret_cast<jbyteArray>(&world->arrays.back());

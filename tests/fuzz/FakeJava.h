@@ -20,6 +20,7 @@ class FakeJava {
 
   JNIEnv* env() { return &environment; }
   jstring string(std::u16string text);
+  static std::string utfOf(jstring text);
   jbyteArray bytes(std::string content);
   jobject list() { return reinterpret_cast<jobject>(this); }
 

@@ -1,8 +1,10 @@
 // IPv6 texts: what is accepted is in the one form that all spellings of an address share.
 #include <arpa/inet.h>
 
+#include "FakeJava.h"
 #include "Fuzz.h"
 #include "IPv6Address.h"
+#include "com_brelvik_vesk_ui_modelobjects_jni_IPv6JNI.h"
 
 namespace {
 
@@ -19,6 +21,19 @@ void expectMasked(const in6_addr& address, int prefix) {
   }
 }
 
+// Java gets the same, or the empty text.
+void expectSameInJava(const std::string& given, bool withMask, const std::string& formatted) {
+  fuzz::FakeJava java;
+  JNIEnv* env = java.env();
+  const jstring address = java.string(std::u16string(given.begin(), given.end()));
+  const jstring answer =
+      withMask
+          ? Java_com_brelvik_vesk_ui_modelobjects_jni_IPv6JNI_formatIPv6WithMask(env, nullptr,
+                                                                                 address)
+          : Java_com_brelvik_vesk_ui_modelobjects_jni_IPv6JNI_formatIPv6Addr(env, nullptr, address);
+  FUZZ_EXPECT(fuzz::FakeJava::utfOf(answer) == formatted);
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -27,7 +42,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const bool withMask = (input.byte() & 1) != 0;
   const std::string given = input.text();
   std::string formatted = given;
-  if (!FormatIPv6Addr(formatted, withMask)) {
+  const bool taken = FormatIPv6Addr(formatted, withMask);
+  expectSameInJava(given, withMask, taken ? formatted : "");
+  if (!taken) {
     FUZZ_EXPECT(formatted == given || given.starts_with(formatted + '/'));
     return 0;
   }

@@ -36,10 +36,24 @@ void expectForm(const IniItem& item) {
   FUZZ_EXPECT(item.key.find_first_of("=:") == std::string::npos);
 }
 
+// What no input can be.
+bool refusesWhatItCannotRead() {
+  std::vector<IniItem> items;
+  IniProblem problem;
+  FUZZ_EXPECT(!VESK::readIniFile("/nowhere/vesk.ini", items, problem));
+  FUZZ_EXPECT(problem.reason == "missing");
+  FUZZ_EXPECT(!VESK::readIniFile("/", items, problem) && problem.reason == "unreadable");
+  FUZZ_EXPECT(!read(std::string((16 << 20) + 1, ' '), items, problem));
+  FUZZ_EXPECT(problem.reason == "too large");
+  return true;
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::silenceLog();
+  static const bool refuses = refusesWhatItCannotRead();
+  static_cast<void>(refuses);
   const std::string text(reinterpret_cast<const char*>(data), size);
   std::vector<IniItem> items;
   IniProblem problem;
