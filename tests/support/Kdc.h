@@ -14,6 +14,7 @@ class Kdc {
   explicit Kdc(const std::string& accounts, const Server::Words& options = {});
 
   int port() const { return kdcPort; }
+  pid_t pid() const { return server.pid(); }
   std::string keytab() const { return dir.path("realm/service.keytab"); }
   // What a client's KRB5_CONFIG is to name.
   std::string configuration() const { return dir.path("realm/krb5.conf"); }

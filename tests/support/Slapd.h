@@ -16,6 +16,7 @@ class Slapd {
   explicit Slapd(const Words& options = {}, const Words& company = {});
 
   int port() const { return ldapPort; }
+  pid_t pid() const { return server.pid(); }
   int tlsPort() const { return ldapsPort; }  // served under --tls
   // A file that private-slapd made, e.g. "tls/ca.pem".
   std::string file(const std::string& name) const { return dir.path("server/" + name); }

@@ -13,6 +13,7 @@ class Web {
   explicit Web(const std::string& root, const Server::Words& options = {});
 
   int port() const { return webPort; }
+  pid_t pid() const { return server.pid(); }
   std::string url() const { return urlAt(webPort); }
   // Through something in front of it.
   static std::string urlAt(int port) { return "https://localhost:" + std::to_string(port); }

@@ -1,0 +1,147 @@
+#include "World.h"
+#include "com_brelvik_vesk_ui_modelobjects_jni_MTAlogJNI.h"
+#include "com_brelvik_vesk_ui_modelobjects_jni_QuarantineJNI.h"
+#include "com_brelvik_vesk_ui_modelobjects_jni_SystemMonitorJNI.h"
+#include "com_brelvik_vesk_ui_modelobjects_jni_TorvaCommonJNI.h"
+#include "product/settings.h"
+#include "support/Agent.h"
+
+namespace {
+
+constexpr const char* LETTER =
+    "From: ann@example.com\r\nSubject: =?utf-8?q?Gr=C3=BC=C3=9Fe?=\r\n\r\nGood morning.\r\n";
+constexpr const char* MAIL_LOG =
+    "Nov 21 10:15:00 gate postfix/smtpd[1]: 4A0B: client=mx.example.org[192.0.2.1]\n"
+    "Nov 21 10:15:01 gate postfix/smtp[2]: 4A0B: to=<ann@example.com>, status=sent (250 ok)\n";
+
+constexpr jint page[] = {5, 0, 0, 1, 0, 0, 0, 0, 0};
+
+std::shared_ptr<Agent> startAgent(World& world) {
+  const std::string spool = world.dir.path("spool");
+  for (const char* area : {"quarantine", "archive", "postponed"}) {
+    World::write(spool + "/" + area + "/Q-1.eml", LETTER);
+  }
+  World::write(world.dir.path("export/.keep"), "");
+  World::write(world.dir.path("maillog"), MAIL_LOG);
+  return world.start<Agent>(Server::Words{"--spool", spool, "--export", world.dir.path("export"),
+                                          "--maillog", world.dir.path("maillog")});
+}
+
+std::vector<EntryPoint> monitorCalls(World& world, jint port) {
+  Vm& vm = world.vm;
+  const jstring host = vm.text("127.0.0.1"), value = vm.text("new"), section = vm.text("faults"),
+                key = vm.text("key"), patch = vm.text("patch 7.5.1");
+  const std::string address = "127.0.0.1:" + std::to_string(port);
+  const jobject fleet = vm.list({address.c_str(), ("localhost:" + std::to_string(port)).c_str()});
+  World::set("agent", "scanners", address);
+  return {
+      {"SystemMonitorJNI.getVESKVersion",
+       [=](JNIEnv* env, jobject list, jobject) {
+         return NATIVE(SystemMonitorJNI, getVESKVersion)(env, nullptr, list);
+       },
+       {501}},
+      {"SystemMonitorJNI.testConnection",
+       [=](JNIEnv* env, jobject list, jobject) {
+         return NATIVE(SystemMonitorJNI, testConnection)(env, nullptr, host, port, list);
+       },
+       {300}},
+      {"SystemMonitorJNI.UnregisterNotify",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(SystemMonitorJNI, UnregisterNotify)(env, nullptr, host, port);
+       },
+       {0},
+       {1}},
+      {"SystemMonitorJNI.sendServiceCmd",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(SystemMonitorJNI, sendServiceCmd)(env, nullptr, host, port, 3);
+       },
+       {300}},
+      {"SystemMonitorJNI.updateGlobalSetting",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(SystemMonitorJNI, updateGlobalSetting)(env, nullptr, value, section, key);
+       },
+       {-1},
+       {0},
+       [] { World::set("faults", "key", "old"); },
+       [] { return World::get("faults", "key"); }},
+      {"SystemMonitorJNI.PatchSetNotify",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(SystemMonitorJNI, PatchSetNotify)(env, nullptr, patch);
+       },
+       {-1}},
+      {"SystemMonitorJNI.PostSetNotifyAllScanners",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(SystemMonitorJNI, PostSetNotifyAllScanners)(env, nullptr, fleet);
+       },
+       {-1, -2}},
+      {"TorvaCommonJNI.sendSystemCmd",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(TorvaCommonJNI, sendSystemCmd)(env, nullptr, host, port, 12);
+       },
+       {0},
+       {300}},
+  };
+}
+
+std::vector<EntryPoint> messageCalls(World& world, const std::string& endpoint) {
+  Vm& vm = world.vm;
+  const jstring agent = vm.text(endpoint), message = vm.text("Q-1"), file = vm.text("whole.eml"),
+                word = vm.text("status"), none = vm.text("");
+  const jintArray block = vm.numbers({0, 0, 0, 0, 0, 0, 0, 0, 0});
+  return {
+      {"QuarantineJNI.getEmail",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(QuarantineJNI, getEmail)(env, nullptr, agent, message, file, JNI_FALSE);
+       },
+       {0},
+       {1}},
+      {"QuarantineJNI.getEmail_P",
+       [=](JNIEnv* env, jobject, jobject) {
+         return NATIVE(QuarantineJNI, getEmail_1P)(env, nullptr, agent, message, file);
+       },
+       {0},
+       {1}},
+      {"QuarantineJNI.getMsgHeaderOrBody",
+       [=](JNIEnv* env, jobject list, jobject) {
+         return NATIVE(QuarantineJNI, getMsgHeaderOrBody)(env, nullptr, agent, message, JNI_FALSE,
+                                                          list);
+       },
+       {0},
+       {1}},
+      {"QuarantineJNI.getMsgHeaderOrBody_P",
+       [=](JNIEnv* env, jobject list, jobject) {
+         return NATIVE(QuarantineJNI, getMsgHeaderOrBody_1P)(env, nullptr, agent, message, list);
+       },
+       {0},
+       {1}},
+      {.name = "QuarantineJNI.sendQueueManagementAction",
+       .call =
+           [=](JNIEnv* env, jobject, jobject) {
+             return NATIVE(QuarantineJNI, sendQueueManagementAction)(env, nullptr, agent);
+           },
+       .codeTells = false},
+      {.name = "MTAlogJNI.getMTAEventSubmit",
+       .call =
+           [=](JNIEnv* env, jobject list, jobject) {
+             return NATIVE(MTAlogJNI, getMTAEventSubmit)(env, nullptr, agent, word, 0, block, none,
+                                                         list);
+           },
+       .prepare = [&vm, block] { vm.env->SetIntArrayRegion(block, 0, 9, page); },
+       .codeTells = false},
+  };
+}
+
+}  // namespace
+
+std::vector<EntryPoint> agentCalls(World& world) {
+  const std::shared_ptr<Agent> agent = startAgent(world);
+  World::set("agent", "connect_timeout", "1");
+  World::set("agent", "timeout", "1");
+  for (const char* calls : {"SystemMonitorJNI.test", "SystemMonitorJNI.Un", "SystemMonitorJNI.send",
+                            "SystemMonitorJNI.P", "Torva", "Quarantine", "MTAlog"}) {
+    world.peers.push_back({"agent", agent->pid(), calls, 2});
+  }
+  std::vector<EntryPoint> all = monitorCalls(world, agent->port());
+  for (EntryPoint& entry : messageCalls(world, agent->endpoint())) all.push_back(std::move(entry));
+  return all;
+}

@@ -1,0 +1,59 @@
+// Fails the n-th call of a kind that one thread makes of the system.
+//
+// The program that links this has the C library's functions in its own name, and so in those of
+// every library that it loads. Calls are counted and failed only on the thread that holds an Armed,
+// and not while it holds a Paused.
+#ifndef VESK_TESTS_FAULTS_INTERPOSER_H
+#define VESK_TESTS_FAULTS_INTERPOSER_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace faults {
+
+enum class Kind { memory, open, write, sync, rename, process, connect, receive };
+inline constexpr int kindCount = 8;
+const char* nameOf(Kind kind);
+
+class Armed {
+ public:
+  // The n-th call fails, from 1 on; 0 fails none. `onwards`: and every one after it.
+  Armed(Kind kind, long n, bool onwards = false);
+  ~Armed();
+  Armed(const Armed&) = delete;
+  Armed& operator=(const Armed&) = delete;
+
+  static long seen();         // calls so far; stays readable after the end
+  static bool hit();          // whether one was failed
+  static std::string site();  // who called the one that failed
+};
+
+// For what the VM does on the bridge's behalf.
+class Paused {
+ public:
+  Paused();
+  ~Paused();
+  Paused(const Paused&) = delete;
+  Paused& operator=(const Paused&) = delete;
+};
+
+// Blocks allocated while armed and not freed by now.
+long heldBlocks();
+// Of those, who allocated the ones since the mark, which is the number of an earlier allocation.
+long allocationMark();
+std::string holdersSince(long mark);
+long forgottenSince(long mark);  // how many of them forgetful libraries hold
+
+// A library whose failed allocations are none of ours to survive, and why.
+struct Exempt {
+  const char* library;
+  const char* reason;
+};
+const std::vector<Exempt>& exemptions();
+// A library that forgets what it allocated when a later allocation fails, in its own code.
+const std::vector<Exempt>& forgetful();
+
+}  // namespace faults
+
+#endif

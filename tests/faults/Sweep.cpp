@@ -1,0 +1,288 @@
+#include "Sweep.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+using faults::Armed;
+using faults::Kind;
+using Clock = std::chrono::steady_clock;
+
+struct Measure {
+  long blocks = 0;
+  long references = 0;
+  int descriptors = 0;
+  int zombies = 0;
+};
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+int openDescriptors() {
+  const std::unique_ptr<DIR, CloseFolder> folder(opendir("/proc/self/fd"));
+  int count = -1;  // but for the folder's own
+  while (readdir(folder.get()) != nullptr) ++count;
+  return count;
+}
+
+// Children that ended and that nobody asked about; each is counted once.
+int newZombies() {
+  int count = 0;
+  siginfo_t found{};
+  while (waitid(P_ALL, 0, &found, WEXITED | WNOHANG) == 0 && found.si_pid != 0) {
+    ++count;
+    found = {};
+  }
+  return count;
+}
+
+Measure measure() { return {faults::heldBlocks(), Vm::held(), openDescriptors(), newZombies()}; }
+
+struct Outcome {
+  long code = 0;
+  std::string shown;  // lists and strings
+  std::string effect;
+  Measure grown;
+  bool hit = false;
+  bool threw = false;
+  long seen = 0;
+  std::string site;
+  long mark = 0;
+  std::chrono::duration<double> time{};
+
+  bool sameAs(const Outcome& other) const { return code == other.code && shown == other.shown; }
+};
+
+class Sweep {
+ public:
+  Sweep(Vm& usedVm, const EntryPoint& entryPoint, Progress& told, bool everyPoint)
+      : vm(usedVm), entry(entryPoint), progress(told), all(everyPoint) {}
+
+  void run(Point behind);
+
+ private:
+  Outcome callOnce(Kind kind, long n, bool onwards = false);
+  void warmUp();
+  void sweepKind(Kind kind, const Point& behind);
+  std::vector<long> pointsOf(Kind kind, long total);
+  void tryPoint(Kind kind, long n, bool onwards = false);
+  void judge(Tally& tally, const Outcome& outcome);
+  void judgeLeak(Tally& tally, Kind kind, long n, bool onwards, const Outcome& first);
+  bool growsMore(const Outcome& outcome) const;
+  void expectRecovery(Tally& tally);
+  void find(int& counter, const std::string& what);
+
+  Vm& vm;
+  const EntryPoint& entry;
+  Progress& progress;
+  bool all;
+  std::string before;  // what is there without the call
+  Outcome usual;
+  std::set<long> successes;
+};
+
+Outcome Sweep::callOnce(Kind kind, long n, bool onwards) {
+  entry.prepare();
+  jobject first = vm.list();
+  jobject second = vm.list();
+  vm.env->PushLocalFrame(64);
+  Outcome outcome;
+  outcome.mark = faults::allocationMark();
+  const Measure start = measure();
+  Answer answer(jint{0});
+  const auto began = Clock::now();
+  {
+    const Armed armed(kind, n, onwards);
+    try {
+      answer = entry.call(vm.env, first, second);
+    } catch (...) {  // the VM would have ended
+      outcome.threw = true;
+    }
+  }
+  outcome.time = Clock::now() - began;
+  const Measure end = measure();
+  outcome.hit = Armed::hit();
+  outcome.seen = Armed::seen();
+  if (outcome.hit) outcome.site = Armed::site();
+  outcome.grown = {end.blocks - start.blocks, end.references - start.references,
+                   end.descriptors - start.descriptors, end.zombies};
+  vm.env->ExceptionClear();
+  outcome.code = answer.isObject ? codeOf(vm.show(answer.object)) : answer.code;
+  outcome.shown = entry.constant(vm.show(first) + vm.show(second) + vm.show(answer.object));
+  vm.env->PopLocalFrame(nullptr);
+  vm.env->DeleteGlobalRef(first);
+  vm.env->DeleteGlobalRef(second);
+  outcome.effect = entry.effect();
+  return outcome;
+}
+
+// Caches are filled by the first calls; the reference is what comes after them.
+void Sweep::warmUp() {
+  entry.prepare();
+  before = entry.effect();
+  for (int i = 0; i < 3; ++i) usual = callOnce(Kind::memory, 0);
+  successes = entry.successes;
+  if (successes.empty()) successes.insert(usual.code);
+  const Outcome again = callOnce(Kind::memory, 0);
+  if (successes.count(usual.code) == 0 || !again.sameAs(usual) || again.effect != usual.effect) {
+    std::fprintf(findings(), "%s: without any fault: %ld %s, then %ld %s\n%s---\n%s",
+                 entry.name.c_str(), usual.code, usual.shown.c_str(), again.code,
+                 again.shown.c_str(), usual.effect.c_str(), again.effect.c_str());
+    ++progress.tally[0].losses;
+  }
+}
+
+// Every point, or the first ones and an even sample of the rest. A call that takes long is tried at
+// fewer in a run that is to be short.
+std::vector<long> Sweep::pointsOf(Kind kind, long total) {
+  long most = all ? total : total <= 300 ? total : 400;
+  if (!all) most = std::min(most, std::max(6L, static_cast<long>(0.15 / usual.time.count())));
+  std::vector<long> points;
+  const long dense = most < total ? most * 3 / 4 : total;
+  for (long n = 1; n <= dense; ++n) points.push_back(n);
+  const long sparse = std::min(most - dense, total - dense);
+  for (long i = 1; i <= sparse; ++i) points.push_back(dense + (total - dense) * i / sparse);
+  progress.tally[static_cast<int>(kind)].leftOut +=
+      static_cast<int>(total) - static_cast<int>(points.size());
+  return points;
+}
+
+void Sweep::sweepKind(Kind kind, const Point& behind) {
+  const long total = callOnce(kind, 0).seen;
+  if (behind.number == 0) ++progress.tally[static_cast<int>(kind)].entryPoints;
+  for (const long n : pointsOf(kind, total)) {
+    if (!behind.onwards && n > behind.number) tryPoint(kind, n);
+  }
+  if (kind != Kind::memory) return;
+  // Memory that is short stays short.
+  for (long n = 1; n <= total; n += all ? 1 : 1 + total / 8) {
+    if (!behind.onwards || n > behind.number) tryPoint(kind, n, true);
+  }
+}
+
+void Sweep::run(Point behind) {
+  warmUp();
+  for (int kind = behind.kind; kind < faults::kindCount; ++kind) {
+    progress.point = {kind, 0, false};
+    sweepKind(static_cast<Kind>(kind), kind == behind.kind ? behind : Point{kind, 0, false});
+    expectRecovery(progress.tally[kind]);
+  }
+}
+
+void Sweep::tryPoint(Kind kind, long n, bool onwards) {
+  progress.point = {static_cast<int>(kind), n, onwards};
+  Tally& tally = progress.tally[static_cast<int>(kind)];
+  const Outcome outcome = callOnce(kind, n, onwards);
+  if (!outcome.hit) return;
+  ++tally.points;
+  std::snprintf(progress.what, sizeof progress.what, "%s", outcome.site.c_str());
+  judge(tally, outcome);
+  judgeLeak(tally, kind, n, onwards, outcome);
+  const bool cheap = usual.time.count() < 0.003;
+  if (cheap || n % 16 == 0) expectRecovery(tally);
+}
+
+void Sweep::judge(Tally& tally, const Outcome& outcome) {
+  if (outcome.threw) return find(tally.crashes, "an exception left it");
+  const bool success = successes.count(outcome.code) != 0;
+  const bool same = outcome.sameAs(usual);
+  if (success && entry.codeTells && !same) {
+    find(tally.falseSuccesses, "answered " + std::to_string(outcome.code) + " with " +
+                                   outcome.shown + " in place of " + usual.shown);
+  } else if (!success && entry.failures.count(outcome.code) == 0) {
+    find(tally.falseSuccesses,
+         "answered " + std::to_string(outcome.code) + ", which tells nothing");
+  }
+  if (success && entry.codeTells && outcome.effect != usual.effect) {
+    find(tally.falseSuccesses, "left\n" + outcome.effect + "in place of\n" + usual.effect);
+  } else if (entry.allOrNothing && outcome.effect != usual.effect && outcome.effect != before) {
+    find(tally.losses,
+         "left\n" + outcome.effect + "which is neither\n" + before + "nor\n" + usual.effect);
+  }
+}
+
+bool Sweep::growsMore(const Outcome& outcome) const {
+  return outcome.grown.blocks > std::max(0L, usual.grown.blocks) ||
+         outcome.grown.references > std::max(0L, usual.grown.references) ||
+         outcome.grown.descriptors > std::max(0, usual.grown.descriptors) ||
+         outcome.grown.zombies > 0;
+}
+
+// What is made once, for the first failure of its kind, is no leak: a leak comes back.
+void Sweep::judgeLeak(Tally& tally, Kind kind, long n, bool onwards, const Outcome& first) {
+  if (entry.keeping.count(first.code) != 0) return;
+  Outcome outcome = first;
+  for (int i = 0; i < 3; ++i) {
+    if (!growsMore(outcome)) return;
+    outcome = callOnce(kind, n, onwards);
+  }
+  if (!growsMore(outcome)) return;
+  const Measure& grown = outcome.grown;
+  const bool onlyBlocks = grown.references <= std::max(0L, usual.grown.references) &&
+                          grown.descriptors <= std::max(0, usual.grown.descriptors) &&
+                          grown.zombies == 0;
+  if (onlyBlocks &&
+      grown.blocks <= std::max(0L, usual.grown.blocks) + faults::forgottenSince(outcome.mark)) {
+    return;
+  }
+  find(tally.leaks, "keeps " + std::to_string(outcome.grown.blocks) + " blocks, " +
+                        std::to_string(outcome.grown.references) + " of the VM's, " +
+                        std::to_string(outcome.grown.descriptors) + " descriptors, " +
+                        std::to_string(outcome.grown.zombies) +
+                        " zombies: " + faults::holdersSince(outcome.mark));
+}
+
+void Sweep::expectRecovery(Tally& tally) {
+  const Outcome outcome = callOnce(Kind::memory, 0);
+  if (outcome.sameAs(usual) && outcome.effect == usual.effect) return;
+  find(tally.losses, "afterwards answered " + std::to_string(outcome.code) + " with " +
+                         outcome.shown + " and left\n" + outcome.effect);
+}
+
+void Sweep::find(int& counter, const std::string& what) {
+  ++counter;
+  std::fprintf(findings(), "%s, %s %ld%s (%s): %s\n", entry.name.c_str(),
+               faults::nameOf(static_cast<Kind>(progress.point.kind)), progress.point.number,
+               progress.point.onwards ? " and on" : "", progress.what, what.c_str());
+}
+
+}  // namespace
+
+std::FILE* findings() {
+  static std::FILE* const stream = fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3), "w");
+  setvbuf(stream, nullptr, _IOLBF, 0);
+  return stream;
+}
+
+long codeOf(const std::string& text) {
+  if (text.empty() || text == "null") return noText;
+  const std::size_t blank = text.find(' ');
+  const bool numbers = text.find_first_not_of("0123456789- ") == std::string::npos;
+  return numbers && blank != std::string::npos ? std::stol(text) : 0;
+}
+
+void sweep(Vm& vm, const std::vector<EntryPoint>& calls, Progress& progress, bool all) {
+  const Point behind = progress.point;
+  const int resumed = progress.entry;
+  const char* only = std::getenv("VESK_FAULTS_ONLY");
+  for (int i = resumed; i < static_cast<int>(calls.size()); ++i) {
+    const EntryPoint& entry = calls[static_cast<std::size_t>(i)];
+    if (only != nullptr && entry.name.find(only) == std::string::npos) continue;
+    progress.entry = i;
+    progress.point = i == resumed ? behind : Point{};
+    std::snprintf(progress.name, sizeof progress.name, "%s", entry.name.c_str());
+    Sweep(vm, entry, progress, all).run(progress.point);
+  }
+  progress.done = true;
+}
