@@ -112,7 +112,8 @@ public final class PostfixJNI {
      * REJECT} or {@code 192.168.1.5 OK}. Lines that are neither are skipped.
      *
      * @param inputPath the rules; not null
-     * @param outputPath the table, emptied first; not null. When it cannot be written whole it is left empty
+     * @param outputPath the table, replaced when it is whole; not null. One that can only be written in place is left
+     *         empty when it does not become whole
      * @return 0 done, 104 a file could not be opened, read or written (the log says which), 500 null argument
      */
     @ConsoleCommand(group = "postfix", name = "restrictions", help = "Make the client restriction table.",
