@@ -41,14 +41,18 @@ void logException(const char* entryPoint) noexcept {
   const char* name = std::strstr(entryPoint, "jni_");
   name = name != nullptr ? name + std::strlen("jni_") : entryPoint;
   try {
-    const char* reason = "unexpected failure; report it with the lines before";
+    bool isMemory = false;
     try {
       throw;
     } catch (const std::bad_alloc&) {
-      reason = "out of memory; restart the console and watch its memory";
+      isMemory = true;
     } catch (...) {
     }
-    VESK::Log::LogByLevel(1, "%s: %s", name, reason);
+    if (isMemory) {
+      VESK::Log::LogByLevel(1, "%s: out of memory; restart the console and watch its memory", name);
+    } else {
+      VESK::Log::LogByLevel(1, "%s: unexpected failure; report it with the lines before", name);
+    }
   } catch (...) {  // not even a log
   }
 }
