@@ -14,6 +14,8 @@ import java.util.stream.Collectors;
 /** A call of the soak: how often it is made, what it may answer, and what it keeps on purpose. */
 final class SoakCall {
     private static final Map<Class<?>, Object> PEERS = new HashMap<>();
+    private static final int MARK = 16;
+    private static final int STEP = 16;
 
     private final PeerMethod method;
     private final int share;
@@ -69,9 +71,13 @@ final class SoakCall {
 
     /** The VM's copies of all texts among the arguments are never given back. */
     SoakCall keepsTexts() {
-        long texts = Arrays.stream(values).filter(String.class::isInstance)
-                .mapToLong(text -> ((String) text).length() + 1).sum(); // ASCII
-        return keeps(new Kept(0, texts, 0, 0));
+        for (Object value : values) {
+            if (value instanceof String text) { // ASCII
+                int length = text.length() + 1;
+                always = always.plus(new Kept(around(length), length, 0, 0));
+            }
+        }
+        return this;
     }
 
     /** What it keeps besides, whatever it answers. */
@@ -162,6 +168,12 @@ final class SoakCall {
             }
         }
         return String.join(" ", elements);
+    }
+
+    // What a block of the heap has beside its bytes and the mark of the VM's account: its size, and up to a full step.
+    private static long around(int length) {
+        int marked = length + MARK;
+        return (marked + Long.BYTES + STEP - 1) / STEP * STEP - marked;
     }
 
     private static Object made(Class<?> type) {

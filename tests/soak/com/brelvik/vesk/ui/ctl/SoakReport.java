@@ -9,8 +9,8 @@ import java.util.Map;
 /** Prints what a soak came to, and checks it. */
 final class SoakReport {
     private static final double MOST_GROWTH = 1024; // bytes a thousand calls
-    // Before, compiling the Java side moves more memory than any leak, and hundreds of times are no percentile.
-    private static final long LEAST_CALLS = 100_000;
+    // Before, what the calls of one moment hold moves the slope by more than it may be.
+    private static final long LEAST_CALLS = 500_000;
     private static final long LEAST_TIMES = 300;
     private static final double MOST_SLOWING = 1.5;
 

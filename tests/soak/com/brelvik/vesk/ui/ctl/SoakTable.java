@@ -30,6 +30,7 @@ final class SoakTable {
     private static final int LOCKED = 5 << 8; // another one kept the file for too long
     private static final Kept REFERENCE = new Kept(0, 0, 0, 1);
     private static final int JOB_RESULT = 64;
+    private static final int SETTINGS = 16; // different texts: the store keeps each that was ever set
 
     private final Map<String, PeerMethod> methods =
             PeerMethod.all().stream().collect(Collectors.toMap(PeerMethod::name, method -> method));
@@ -85,7 +86,7 @@ final class SoakTable {
         add("DbMaintainJNI.SaveSched", OFTEN).answers(0);
         add("SystemMonitorJNI.getVESKVersion", OFTEN).answers(0);
         add("SystemMonitorJNI.updateGlobalSetting", OFTEN, "VALUE", "", "SECTION", "soak", "KEY", "turn")
-                .fresh(0, () -> Long.toString(System.nanoTime())).answers(0);
+                .fresh(0, () -> Long.toString(System.nanoTime() % SETTINGS)).answers(0);
         add("UpdateJNI.getEncryptStr", OFTEN, "text", "secret").answers(0);
         add("UpdateJNI.getDecryptStr", OFTEN / 2, "text", "nonsense").answers(0).shows("");
         add("PolicyJNI.validateKeyword", LOOKUP, "EXPRESSION", "(invoice OR \"bill of *\") AND NOT draft").answers(0);
