@@ -118,8 +118,7 @@ std::vector<EntryPoint> messageCalls(World& world, const std::string& endpoint) 
        .call =
            [=](JNIEnv* env, jobject, jobject) {
              return NATIVE(QuarantineJNI, sendQueueManagementAction)(env, nullptr, agent);
-           },
-       .codeTells = false},
+           }},
       {.name = "MTAlogJNI.getMTAEventSubmit",
        .call =
            [=](JNIEnv* env, jobject list, jobject) {
@@ -127,7 +126,9 @@ std::vector<EntryPoint> messageCalls(World& world, const std::string& endpoint) 
                                                          list);
            },
        .prepare = [&vm, block] { vm.env->SetIntArrayRegion(block, 0, 9, page); },
-       .codeTells = false},
+       .effect = [&vm, block] { return vm.show(block) + "\n"; },
+       .lesser = {"[][]null", "[, ][]null"},
+       .mayDoNothing = true},
   };
 }
 

@@ -83,7 +83,8 @@ std::vector<EntryPoint> directoryCalls(World& world) {
        {0},
        [] {},
        [] { return std::string(); },
-       {205}},
+       {},
+       {{205, {24, 1}}}},
       {"LdapJNI.checkBaseDN",
        [=](JNIEnv* env, jobject, jobject) {
          return NATIVE(LdapJNI, checkBaseDN)(env, nullptr, CONNECTION);

@@ -159,8 +159,9 @@ void printTable() {
   for (const faults::Exempt& exempt : faults::exemptions()) {
     std::printf("not failed: malloc of %s, which %s\n", exempt.library, exempt.reason);
   }
-  for (const faults::Exempt& library : faults::forgetful()) {
-    std::printf("not counted: blocks kept by %s, which %s\n", library.library, library.reason);
+  for (const faults::Forgetful& one : faults::forgetful()) {
+    std::printf("not counted: up to %ld blocks of %s when its own %s fails: it %s\n", one.blocks,
+                one.libraries.front(), faults::nameOf(one.kind), one.reason);
   }
 }
 

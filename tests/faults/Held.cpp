@@ -86,7 +86,7 @@ std::string nameOf(void* address) {
   return name + offset;
 }
 
-long countOf(long mark, bool (*isSuch)(void* holder)) {
+long countOf(long mark, const std::function<bool(void* holder)>& isSuch) {
   long found = 0;
   for (const Entry& entry : table) {
     const bool meant = entry.block != nullptr && entry.block != &gone && entry.number > mark;

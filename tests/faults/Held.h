@@ -2,6 +2,7 @@
 #ifndef VESK_TESTS_FAULTS_HELD_H
 #define VESK_TESTS_FAULTS_HELD_H
 
+#include <functional>
 #include <string>
 
 // Any thread; nothing here allocates, but for the texts.
@@ -12,7 +13,7 @@ bool remove(void* block);  // whether it was held
 long count();
 long mark();
 std::string since(long mark);
-long countOf(long mark, bool (*isSuch)(void* holder));
+long countOf(long mark, const std::function<bool(void* holder)>& isSuch);
 std::string nameOf(void* address);  // of code
 
 }  // namespace held

@@ -11,11 +11,25 @@
 #include "com_brelvik_vesk_ui_modelobjects_jni_PolicyJNI.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_PostfixJNI.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_SystemJNI.h"
-#include "support/Kdc.h"
 
 namespace {
 
-const std::set<long> notStarted = {-1, 100, 101, 102, 255};
+const std::set<long> notAsked = {101, 102};  // a question to a command
+const std::set<long> notRun = {101};         // without its status
+const std::set<long> noScript = {255};
+
+std::string counted(const std::string& text) {
+  return std::string(1, '\0') + char(text.size()) + text;
+}
+
+// An entry of a key table; its version is its time as well.
+std::string keyOf(const std::string& host, char version) {
+  using namespace std::string_literals;
+  const std::string entry = "\0\2"s + counted("EXAMPLE.COM") + counted("HTTP") + counted(host) +
+                            "\0\0\0\3\0\0\0"s + version + version + "\0\x12"s +
+                            counted(std::string(32, 'k'));
+  return "\0\0\0"s + char(entry.size()) + entry;
+}
 
 void makeCertificate(const std::string& path) {
   const std::string command = "openssl req -x509 -newkey rsa:2048 -nodes -subj /CN=gate -keyout " +
@@ -37,36 +51,40 @@ std::vector<EntryPoint> postfixCalls(World& world) {
       {.name = "PostfixJNI.postfixReload",
        .call = [](JNIEnv* env, jobject,
                   jobject) { return NATIVE(PostfixJNI, postfixReload)(env, nullptr); },
-       .failures = notStarted,
-       .codeTells = false},
+       .failures = notRun},
       {"PostfixJNI.isPostfixExist",
        [](JNIEnv* env, jobject, jobject) {
          return NATIVE(PostfixJNI, isPostfixExist)(env, nullptr);
        },
-       notStarted},
+       notAsked},
       {.name = "PostfixJNI.postmap",
        .call = [=](JNIEnv* env, jobject,
                    jobject) { return NATIVE(PostfixJNI, postmap)(env, nullptr, map); },
-       .failures = notStarted,
-       .prepare = [folder] { World::write(folder + "/map", "10.1\tREJECT\n"); },
-       .codeTells = false},
+       .failures = notRun,
+       .prepare =
+           [folder] {
+             World::write(folder + "/map", "10.1\tREJECT\n");
+             std::filesystem::remove(folder + "/map.db");
+           },
+       .effect = [folder] { return std::to_string(std::filesystem::exists(folder + "/map.db")); },
+       .mayDoNothing = true},
       {"PostfixJNI.isKeyConfigured",
        [=](JNIEnv* env, jobject, jobject) {
          return NATIVE(PostfixJNI, isKeyConfigured)(env, nullptr, key);
        },
-       notStarted},
+       notAsked},
       {"PostfixJNI.getPostconf",
        [=](JNIEnv* env, jobject list, jobject) {
          return NATIVE(PostfixJNI, getPostconf)(env, nullptr, key, list);
        },
-       notStarted},
+       notAsked},
       {.name = "PostfixJNI.setPostconf",
        .call = [=](JNIEnv* env, jobject,
                    jobject) { return NATIVE(PostfixJNI, setPostconf)(env, nullptr, key, value); },
-       .failures = notStarted,
+       .failures = notRun,
        .prepare = [original] { World::write("/etc/postfix/main.cf", original); },
        .effect = mainCf,
-       .codeTells = false},
+       .mayDoNothing = true},
       {"PostfixJNI.exportPEMFile",
        [=](JNIEnv* env, jobject, jobject) {
          return NATIVE(PostfixJNI, exportPEMFile)(env, nullptr, key, key, key, key, key);
@@ -88,7 +106,8 @@ std::vector<EntryPoint> postfixCalls(World& world) {
        {0},
        [folder] { World::write(folder + "/table", "old table\n"); },
        [folder] { return World::read(folder + "/table") + World::namesOf(folder); },
-       {104}},
+       {},
+       {{104, {1, 1}}}},
   };
 }
 
@@ -98,7 +117,9 @@ std::vector<EntryPoint> otherCalls(World& world) {
   World::write(queue + "/.keep", "");
   World::set("general", "queue_notify", queue);
   World::set("General-Notification", "Administrator", "Ann Lee <ann@example.com>; bob@example.org");
-  const std::string keytab = world.start<Kdc>("HTTP/gate.example.com -\n")->keytab();
+  const std::string keytab = world.dir.path("key.tab");
+  World::write(keytab, std::string("\5\2") + keyOf("old.example.com", '\1') +
+                           keyOf("gate.example.com", '\2'));
   const jstring saved = vm.text(file), policy = vm.text("policy"), all = vm.text("all"),
                 words = vm.text("(invoice OR \"bill of *\") AND NOT /acc(ount|t)\\s*\\d{4,}/"),
                 address = vm.text("2001:0DB8:0:0:A:0:0:1"), net = vm.text("2001:DB8::1/32"),
@@ -108,12 +129,12 @@ std::vector<EntryPoint> otherCalls(World& world) {
        [=](JNIEnv* env, jobject, jobject) {
          return NATIVE(BackupJNI, doExport)(env, nullptr, saved);
        },
-       notStarted},
+       noScript},
       {"BackupJNI.doImport",
        [=](JNIEnv* env, jobject, jobject) {
          return NATIVE(BackupJNI, doImport)(env, nullptr, saved, policy);
        },
-       notStarted},
+       noScript},
       {"DbMaintainJNI.SaveSched",
        [](JNIEnv* env, jobject, jobject) {
          return NATIVE(DbMaintainJNI, SaveSched)(env, nullptr);
@@ -152,7 +173,7 @@ std::vector<EntryPoint> otherCalls(World& world) {
              return NATIVE(KerberosJNI, getSpnFromKeytab)(env, nullptr, keys, list);
            },
        .failures = {501},
-       .codeTells = false},
+       .lesser = {"[][]null"}},
       {.name = "LdapJNI.notifyLdapCacheSyncFail",
        .call = [](JNIEnv* env, jobject,
                   jobject) { return NATIVE(LdapJNI, notifyLdapCacheSyncFail)(env, nullptr); },
@@ -163,7 +184,7 @@ std::vector<EntryPoint> otherCalls(World& world) {
              std::filesystem::create_directories(queue);
            },
        .effect = [queue] { return World::namesOf(queue); },
-       .codeTells = false},
+       .mayDoNothing = true},
   };
 }
 

@@ -13,6 +13,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -35,6 +36,7 @@ struct State {
   long target = 0;
   long seen = 0;
   void* site = nullptr;
+  unsigned failedIn = 0;  // forgetful libraries, a bit each
 };
 // Found without an allocation, since the program itself owns it.
 thread_local State state;
@@ -52,11 +54,26 @@ const char* libraryOf(void* address) {
   return slash != nullptr ? slash + 1 : path;
 }
 
+bool isOf(const char* name, const char* library) {
+  return std::strncmp(library, name, std::strlen(name)) == 0;
+}
+
 bool isNamed(const std::vector<Exempt>& list, const char* library) {
-  for (const Exempt& exempt : list) {
-    if (std::strncmp(library, exempt.library, std::strlen(exempt.library)) == 0) return true;
+  return std::any_of(list.begin(), list.end(),
+                     [=](const Exempt& exempt) { return isOf(exempt.library, library); });
+}
+
+bool isOneOf(const std::vector<const char*>& list, const char* library) {
+  return std::any_of(list.begin(), list.end(),
+                     [=](const char* name) { return isOf(name, library); });
+}
+
+// For the account of what is kept: a library is excused by failures of its own only.
+void noteFailure(Kind kind, const char* library) {
+  for (std::size_t i = 0; i < forgetful().size(); ++i) {
+    const Forgetful& one = forgetful()[i];
+    if (one.kind == kind && isOneOf(one.libraries, library)) state.failedIn |= 1U << i;
   }
-  return false;
 }
 
 // What the C library allocates is for whoever called it.
@@ -97,6 +114,7 @@ bool fails(Kind kind, void* caller) {
     trace();
   }
   state.hit = true;
+  noteFailure(kind, libraryOf(caller));
   errno = errors[static_cast<int>(kind)];
   return true;
 }
@@ -139,21 +157,32 @@ const std::vector<Exempt>& exemptions() {
   return all;
 }
 
-const std::vector<Exempt>& forgetful() {
-  static const std::vector<Exempt> all = {
-      {"libcrypto.so.3", "forgets names of an algorithm whose context finds no memory"},
-      {"libgssapi_krb5", "forgets a name when the cache of replies cannot be opened"},
-      {"libkrb5", "forgets a name when the cache of replies cannot be opened"},
+const std::vector<Forgetful>& forgetful() {
+  static const std::vector<Forgetful> all = {
+      {{"libcrypto.so"}, Kind::memory, 2, "forgets names of an algorithm that finds no memory"},
+      {{"libkrb5.so", "libgssapi_krb5.so"},
+       Kind::open,
+       5,
+       "forgets names when its cache of replies cannot be opened"},
   };
   return all;
 }
 
 long forgottenSince(long mark) {
-  return held::countOf(mark, [](void* holder) { return isNamed(forgetful(), libraryOf(holder)); });
+  long all = 0;
+  for (std::size_t i = 0; i < forgetful().size(); ++i) {
+    const Forgetful& one = forgetful()[i];
+    if ((state.failedIn >> i & 1U) == 0) continue;
+    const long found = held::countOf(
+        mark, [&](void* holder) { return isOneOf(one.libraries, libraryOf(holder)); });
+    all += std::min(found, one.blocks);
+  }
+  return all;
 }
 
 Armed::Armed(Kind kind, long n, bool onwards) {
   exemptions();
+  forgetful();
   void* frame = nullptr;
   backtrace(&frame, 1);  // loads what it needs
   state = {};

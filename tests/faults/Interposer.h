@@ -43,7 +43,8 @@ long heldBlocks();
 // Of those, who allocated the ones since the mark, which is the number of an earlier allocation.
 long allocationMark();
 std::string holdersSince(long mark);
-long forgottenSince(long mark);  // how many of them forgetful libraries hold
+// How many of them forgetful libraries hold for their own reason, no more than they are known to.
+long forgottenSince(long mark);
 
 // A library whose failed allocations are none of ours to survive, and why.
 struct Exempt {
@@ -51,8 +52,14 @@ struct Exempt {
   const char* reason;
 };
 const std::vector<Exempt>& exemptions();
-// A library that forgets what it allocated when a later allocation fails, in its own code.
-const std::vector<Exempt>& forgetful();
+// Libraries that forget what they allocated when one of their own calls fails later.
+struct Forgetful {
+  std::vector<const char*> libraries;
+  Kind kind;    // of the call that fails
+  long blocks;  // at most, of one call
+  const char* reason;
+};
+const std::vector<Forgetful>& forgetful();
 
 }  // namespace faults
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "FileLock.h"
 #include "World.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_CorsaJNI.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_EuqJNI.h"
@@ -106,6 +107,7 @@ std::vector<EntryPoint> reputationCalls(World& world) {
                                                                  host, proxyPort, none, none);
                    },
                    {2, 3, 4, 5, 6, 7, 8}});
+    all.back().withoutMemory = {5, 8};  // TLS without memory is no TLS
   }
   return all;
 }
@@ -152,6 +154,31 @@ std::vector<EntryPoint> quarantineCalls(World& world) {
   const jstring name = world.vm.text("scanner");
   const std::set<long> refused = {1, 5, 6};
   const auto on = with("UPDATE switch SET value = 1");
+  const auto lock = std::make_shared<FileLock>();
+  // As it looks while the job's process works.
+  const auto running = [lock](const char* kind, int place) {
+    return [=] {
+      with(std::string("INSERT OR REPLACE INTO job VALUES ('") + kind +
+           "', 1, 1, NULL, 0, 0, NULL, '');")();
+      lock->take(World::home() + "/data/euq/job.lock", {0, place});
+    };
+  };
+  const auto ended = [lock] {
+    lock->giveBack();
+    return std::string();
+  };
+  // What is fetched once stays the same until the next start.
+  JNIEnv* const vm = world.vm.env;
+  const auto transferred = [vm] {
+    with(messages)();
+    if (NATIVE(EuqJNI, transferEuqData)(vm, nullptr, 1) != 0) throw std::runtime_error("no job");
+    awaitJobs();
+  };
+  const auto removed = [vm] {
+    with(messages)();
+    if (NATIVE(EuqJNI, removeEuqData)(vm, nullptr) != 0) throw std::runtime_error("no job");
+    awaitJobs();
+  };
   return {
       {"EuqJNI.init_euq_lib", EUQ(init_1euq_1lib), {0}, {1}},
       {"EuqJNI.enableEuq", EUQ(enableEuq), refused, {0}, with(""), stored},
@@ -183,26 +210,33 @@ std::vector<EntryPoint> quarantineCalls(World& world) {
        {0},
        with(messages),
        stored},
-      {"EuqJNI.isTransferringEuqData", EUQ(isTransferringEuqData), {}, {0}, with("")},
+      {"EuqJNI.isTransferringEuqData, not running", EUQ(isTransferringEuqData), {}, {0}, with("")},
+      {"EuqJNI.isTransferringEuqData",
+       EUQ(isTransferringEuqData),
+       {0},
+       {1},
+       running("transfer", 1),
+       ended},
       {"EuqJNI.cancelTransferEuqData", EUQ(cancelTransferEuqData), {1, 5}, {8}, with("")},
       {.name = "EuqJNI.getTransferEuqResult",
        .call = EUQ(getTransferEuqResult),
        .failures = {-1},
-       .prepare = with("")},
+       .prepare = transferred},
       {.name = "EuqJNI.getTransferEuqResult_s",
        .call = EUQ(getTransferEuqResult_1s),
        .failures = {noText},
-       .prepare = with("")},
+       .prepare = transferred},
       {"EuqJNI.removeEuqData", EUQ(removeEuqData), refused, {0}, with(messages), stored},
-      {"EuqJNI.isRemovingEuqData", EUQ(isRemovingEuqData), {}, {0}, with("")},
+      {"EuqJNI.isRemovingEuqData, not running", EUQ(isRemovingEuqData), {}, {0}, with("")},
+      {"EuqJNI.isRemovingEuqData", EUQ(isRemovingEuqData), {0}, {1}, running("remove", 2), ended},
       {.name = "EuqJNI.getRemoveEuqResult",
        .call = EUQ(getRemoveEuqResult),
        .failures = {-1},
-       .prepare = with("")},
+       .prepare = removed},
       {.name = "EuqJNI.getRemoveEuqResult_s",
        .call = EUQ(getRemoveEuqResult_1s),
        .failures = {noText},
-       .prepare = with("")},
+       .prepare = removed},
   };
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -26,6 +27,12 @@ struct Answer {
 inline constexpr long noText = -1;
 long codeOf(const std::string& shown);
 
+// What a call keeps on purpose: docs/architecture.md.
+struct Kept {
+  long blocks = 0;
+  int descriptors = 0;
+};
+
 struct EntryPoint {
   std::string name;
   std::function<Answer(JNIEnv* env, jobject first, jobject second)> call;  // two empty lists
@@ -34,11 +41,13 @@ struct EntryPoint {
   std::set<long> successes{0};  // those that promise the same list and effect as without a fault
   std::function<void()> prepare = [] {};
   std::function<std::string()> effect = [] { return std::string(); };
-  // What the peer class promises less than others: that the code tells at all, that what failed
-  // half way leaves no trace.
-  std::set<long> keeping{};  // codes with which something is kept on purpose: docs/architecture.md
-  bool codeTells = true;
-  bool allOrNothing = true;
+  // Of the failures, those that a call without memory ends in; empty if they are no fewer.
+  std::set<long> withoutMemory{};
+  std::map<long, Kept> keeping{};  // at most that much, when the call ends in that code
+  // Where no code tells: what a success shows besides, nothing in place of something.
+  std::set<std::string> lesser{};
+  bool mayDoNothing = false;  // a success may leave things as they were
+  bool allOrNothing = true;   // what failed half way leaves no trace
   // What of the texts is the same each time.
   std::function<std::string(const std::string&)> constant = [](const std::string& text) {
     return text;

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "FileLock.h"
 #include "World.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_UpdateJNI.h"
 #include "support/Server.h"
@@ -75,8 +76,18 @@ std::vector<EntryPoint> updateCalls(World& world) {
   const jstring secret = vm.text(listed.substr(1, listed.size() - 2));
   const std::string keyFile = World::home() + "/config/cipher.key";
   const std::string key = World::read(keyFile);
-  const auto anyText = [](const std::string& text) {
-    return std::string(text.size() > 10 ? "[text]" : text);
+  const auto running = std::make_shared<FileLock>();
+  // The same text looks different each time.
+  const auto decrypted = [&vm](const std::string& text) {
+    const std::size_t end = text.find(']');
+    if (end <= 1) return text;
+    jobject list = vm.list();
+    jstring part = vm.text(text.substr(1, end - 1));
+    NATIVE(UpdateJNI, getDecryptStr)(vm.env, nullptr, part, list);
+    const std::string shown = vm.show(list);
+    vm.env->DeleteGlobalRef(list);
+    vm.env->DeleteGlobalRef(part);
+    return shown + text.substr(end + 1);
   };
   return {
       {.name = "UpdateJNI.getEncryptStr",
@@ -84,16 +95,17 @@ std::vector<EntryPoint> updateCalls(World& world) {
                    jobject) { return NATIVE(UpdateJNI, getEncryptStr)(env, nullptr, plain, list); },
        .failures = {500},
        .effect = [keyFile] { return World::read(keyFile); },
-       .codeTells = false,
-       .constant = anyText},
+       .lesser = {"[][]null"},
+       .constant = decrypted},
       {.name = "UpdateJNI.getEncryptStr, first",
        .call = [=](JNIEnv* env, jobject list,
                    jobject) { return NATIVE(UpdateJNI, getEncryptStr)(env, nullptr, plain, list); },
        .failures = {500},
        .prepare = [keyFile] { fs::remove(keyFile); },
        .effect = [keyFile] { return std::to_string(World::read(keyFile).size()); },
-       .codeTells = false,
-       .constant = anyText},
+       .lesser = {"[][]null"},
+       .mayDoNothing = true,
+       .constant = decrypted},
       {.name = "UpdateJNI.getDecryptStr",
        .call =
            [=](JNIEnv* env, jobject list, jobject) {
@@ -105,25 +117,43 @@ std::vector<EntryPoint> updateCalls(World& world) {
              World::write(keyFile, key);
              fs::permissions(keyFile, fs::perms(0600));
            },
-       .codeTells = false},
-      {"UpdateJNI.isRunning",
+       .lesser = {"[][]null"}},
+      {"UpdateJNI.isRunning, not running",
        [](JNIEnv* env, jobject, jobject) { return NATIVE(UpdateJNI, isRunning)(env, nullptr); },
        {},
        {601}},
+      {"UpdateJNI.isRunning",
+       [](JNIEnv* env, jobject, jobject) { return NATIVE(UpdateJNI, isRunning)(env, nullptr); },
+       {601},
+       {0},
+       [running, data] {
+         running->take(data + "/lock", {0, 1});
+         running->write("spam-pattern");
+       },
+       [running] {
+         running->giveBack();
+         return std::string();
+       }},
       {.name = "UpdateJNI.getAvailVersion",
        .call =
            [](JNIEnv* env, jobject first, jobject second) {
              return NATIVE(UpdateJNI, getAvailVersion)(env, nullptr, first, second);
            },
        .failures = {500},
-       .codeTells = false},  // a source that cannot be read has no versions
+       .lesser = {"[][]null"}},  // a source that cannot be read has no versions
       {"UpdateJNI.getCurrentVersion",
        [](JNIEnv* env, jobject first, jobject second) {
          return NATIVE(UpdateJNI, getCurrentVersion)(env, nullptr, first, second);
        },
        {500},
        {0},
-       restoreSecond},
+       restoreSecond,
+       [] { return std::string(); },
+       {},
+       {},
+       {"[, , , , , , , , , ][virus-pattern, spyware-pattern, spam-pattern, phishing-pattern, "
+        "exploit-pattern, virus-engine, spam-engine, file-type-rules, content-dictionary, "
+        "reputation-rules]null"}},
       {"UpdateJNI.manualUpdate",
        [=](JNIEnv* env, jobject list, jobject) {
          return NATIVE(UpdateJNI, manualUpdate)(env, nullptr, 1, spam, list);
