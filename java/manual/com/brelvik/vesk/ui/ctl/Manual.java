@@ -44,6 +44,11 @@ final class Manual {
         item("VESK_PASSWORD", "The password of a command that needs one and is given no --password-file.");
         item("JAVA_HOME", "The Java that runs veskctl; else the one on the path.");
         item("JAVA_TOOL_OPTIONS", "Options for the Java VM.");
+        out.println(".SH FILES");
+        item("/opt/brelvik/vesk", "The install root of the packages; the files below are in any other one as well.");
+        item("/opt/brelvik/vesk/config/vesk.ini", "The console's settings. Its comments explain each of them.");
+        item("/opt/brelvik/vesk/log/adminui.log", "What the native methods log, unless the settings name another file.");
+        out.println(".SH SEE ALSO\n.BR java (1),\n.BR postconf (1)");
     }
 
     private static String meaning(Status status) {
@@ -75,7 +80,8 @@ final class Manual {
     }
 
     private static List<CommandSpec> below(CommandSpec spec) {
-        return spec.subcommands().values().stream().map(line -> line.getCommandSpec()).distinct().toList();
+        return spec.subcommands().values().stream().map(line -> line.getCommandSpec()).distinct()
+                .filter(command -> !command.usageMessage().hidden()).toList();
     }
 
     private void command(CommandSpec spec) {
