@@ -1,6 +1,6 @@
 # cmake --install lays out an install root, as one stands on an appliance in /opt/brelvik/vesk. Components:
 #   bridge     lib/libveskjni.so
-#   product    the product libraries, their settings, texts and helper
+#   product    the product libraries, their settings, texts and euqjob
 #   ctl        jar, veskctl, its man page and completion
 #   appliance  the appliance's tools, and system/, a tree of what lies outside of the install root
 #   dev        headers, CMake package, pkg-config file

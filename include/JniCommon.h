@@ -5,6 +5,7 @@
 #include <jni.h>
 
 #include <cstddef>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -14,16 +15,15 @@
 #define VESK_JNI(result, peer, method) \
   extern "C" JNIEXPORT result JNICALL Java_com_brelvik_vesk_ui_modelobjects_jni_##peer##_##method
 
-// Ends the body of an entry point that begins with `try`: whatever is thrown in there, when memory
-// ends above all, becomes `answer` and a line in the log. Left alone it would end the VM.
-#define VESK_ON_EXCEPTION(answer) \
-  catch (...) {                   \
-    logException(__func__);       \
+// Ends the body of an entry point that begins with `try`: when memory ends in there, `answer` and a
+// line in the log instead of the end of the VM. All else that the product may throw passes.
+#define VESK_ON_NO_MEMORY(answer) \
+  catch (const std::bad_alloc&) { \
+    logNoMemory(__func__);        \
     return answer;                \
   }
 
-// Says what is being handled. For handlers only.
-void logException(const char* entryPoint) noexcept;
+void logNoMemory(const char* entryPoint) noexcept;
 
 // Handles of java.util.ArrayList, set once by initializeJNI, only read afterwards and never
 // released: they serve until the process ends. Nothing here checks them.

@@ -12,7 +12,7 @@ jint runScript(const CommandLine& command) { return exitCode(runInShell(command.
 
 // File names stand in single quotes as they are; the VM's copies of them are never released, on
 // purpose.
-VESK_JNI(jint, BackupJNI, doExport)(JNIEnv* env, jobject, jstring file) try {
+VESK_JNI(jint, BackupJNI, doExport)(JNIEnv* env, jobject, jstring file) {
   if (file == nullptr) return result::nullArgument;
   const char* name = env->GetStringUTFChars(file, nullptr);
   CommandLine command("BackupJNI.doExport", backupCommandSize);
@@ -21,9 +21,8 @@ VESK_JNI(jint, BackupJNI, doExport)(JNIEnv* env, jobject, jstring file) try {
   }
   return runScript(command);
 }
-VESK_ON_EXCEPTION(exitCode(-1))
 
-VESK_JNI(jint, BackupJNI, doImport)(JNIEnv* env, jobject, jstring a, jstring b) try {
+VESK_JNI(jint, BackupJNI, doImport)(JNIEnv* env, jobject, jstring a, jstring b) {
   if (anyNull(a, b)) return result::nullArgument;
   const char* first = env->GetStringUTFChars(a, nullptr);
   const char* second = env->GetStringUTFChars(b, nullptr);
@@ -33,4 +32,3 @@ VESK_JNI(jint, BackupJNI, doImport)(JNIEnv* env, jobject, jstring a, jstring b) 
   }
   return runScript(command);
 }
-VESK_ON_EXCEPTION(exitCode(-1))

@@ -150,7 +150,7 @@ VESK_JNI(jint, CorsaJNI, isSessionFromCORSA)(JNIEnv* env, jobject, jstring sessi
   Log::LogByLevel(3, "CORSAJNI::isSessionFromCorsa false,leave");
   return code;
 }
-VESK_ON_EXCEPTION(result::noConsoleGuid)
+VESK_ON_NO_MEMORY(result::noConsoleGuid)
 
 VESK_JNI(jstring, CorsaJNI, CreateReponse)(JNIEnv* env, jobject, jstring sessionData) try {
   Log::LogByLevel(3, "CORSAJNI::CreateReponse Enter");
@@ -166,4 +166,4 @@ VESK_JNI(jstring, CorsaJNI, CreateReponse)(JNIEnv* env, jobject, jstring session
   Log::LogByLevel(3, "CORSAJNI::CreateReponse Response=%s", response);
   return env->NewStringUTF(ModifiedUtf8(response).c_str());
 }
-VESK_ON_EXCEPTION(env->NewStringUTF(""))
+VESK_ON_NO_MEMORY(env->NewStringUTF(""))

@@ -72,19 +72,19 @@ jstring textOf(JNIEnv* env, const JobResult* result) {
 // Each hands the library's answer on as it is.
 #define EUQ_CALL(method, function)                                            \
   VESK_JNI(jint, EuqJNI, method)(JNIEnv*, jobject) try { return function(); } \
-  VESK_ON_EXCEPTION(storeFailed)
+  VESK_ON_NO_MEMORY(storeFailed)
 #define EUQ_QUESTION(method, function)                                            \
   VESK_JNI(jboolean, EuqJNI, method)(JNIEnv*, jobject) try { return function(); } \
-  VESK_ON_EXCEPTION(JNI_FALSE)
+  VESK_ON_NO_MEMORY(JNI_FALSE)
 #define EUQ_RESULT(cache, method, method_s, function)              \
   VESK_JNI(jint, EuqJNI, method)(JNIEnv*, jobject) try {           \
     return fetchOnce(cache, function)->code;                       \
   }                                                                \
-  VESK_ON_EXCEPTION(notFetched.code)                               \
+  VESK_ON_NO_MEMORY(notFetched.code)                               \
   VESK_JNI(jstring, EuqJNI, method_s)(JNIEnv * env, jobject) try { \
     return textOf(env, fetchOnce(cache, function));                \
   }                                                                \
-  VESK_ON_EXCEPTION(textOf(env, &notFetched))
+  VESK_ON_NO_MEMORY(textOf(env, &notFetched))
 
 EUQ_QUESTION(init_1euq_1lib, init_euq_lib)
 EUQ_CALL(enableEuq, enable_euq)
@@ -105,17 +105,17 @@ EUQ_RESULT(s_RemoveResult, getRemoveEuqResult, getRemoveEuqResult_1s, get_remove
 VESK_JNI(jint, EuqJNI, registEuq)(JNIEnv* env, jobject, jstring name) try {
   return regist_euq(name != nullptr ? keptText(env, name) : nullptr);
 }
-VESK_ON_EXCEPTION(storeFailed)
+VESK_ON_NO_MEMORY(storeFailed)
 
 VESK_JNI(jint, EuqJNI, unregistEuq)(JNIEnv*, jobject, jint area) try { return unregist_euq(area); }
-VESK_ON_EXCEPTION(storeFailed)
+VESK_ON_NO_MEMORY(storeFailed)
 
 VESK_JNI(jint, EuqJNI, transferEuqData)(JNIEnv*, jobject, jint area) try {
   return started(s_TransferResult, [area] { return transfer_euq_data(area); });
 }
-VESK_ON_EXCEPTION(storeFailed)
+VESK_ON_NO_MEMORY(storeFailed)
 
 VESK_JNI(jint, EuqJNI, removeEuqData)(JNIEnv*, jobject) try {
   return started(s_RemoveResult, remove_euq_data);
 }
-VESK_ON_EXCEPTION(storeFailed)
+VESK_ON_NO_MEMORY(storeFailed)

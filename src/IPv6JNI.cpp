@@ -91,6 +91,6 @@ bool FormatIPv6Addr(std::string& address, bool withMask) {
     }                                                                              \
     return env->NewStringUTF(working.c_str());                                     \
   }                                                                                \
-  VESK_ON_EXCEPTION(env->NewStringUTF(""))
+  VESK_ON_NO_MEMORY(env->NewStringUTF(""))
 DEFINE_FORMATTER(formatIPv6Addr, false)
 DEFINE_FORMATTER(formatIPv6WithMask, true)

@@ -37,23 +37,12 @@ jint addText(JNIEnv* env, const char* text, jobject list) {
 
 }  // namespace
 
-void logException(const char* entryPoint) noexcept {
+void logNoMemory(const char* entryPoint) noexcept {
   const char* name = std::strstr(entryPoint, "jni_");
   name = name != nullptr ? name + std::strlen("jni_") : entryPoint;
   try {
-    bool isMemory = false;
-    try {
-      throw;
-    } catch (const std::bad_alloc&) {
-      isMemory = true;
-    } catch (...) {
-    }
-    if (isMemory) {
-      VESK::Log::LogByLevel(1, "%s: out of memory; restart the console and watch its memory", name);
-    } else {
-      VESK::Log::LogByLevel(1, "%s: unexpected failure; report it with the lines before", name);
-    }
-  } catch (...) {  // not even a log
+    VESK::Log::LogByLevel(1, "%s: out of memory; restart the console and watch its memory", name);
+  } catch (const std::bad_alloc&) {  // not even for a log
   }
 }
 

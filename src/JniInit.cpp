@@ -105,4 +105,4 @@ VESK_JNI(jint, JniInit, initializeJNI)(JNIEnv* env, jobject) try {
   if (jArrLClz == nullptr) return result::globalRefNotMade;
   return resolveListMethods(env);
 }
-VESK_ON_EXCEPTION(result::globalRefNotMade)
+VESK_ON_NO_MEMORY(result::globalRefNotMade)

@@ -23,4 +23,4 @@ VESK_JNI(jint, KerberosJNI, getSpnFromKeytab)
   env->DeleteLocalRef(element);
   return result::success;
 }
-VESK_ON_EXCEPTION(result::stringNotCreated)
+VESK_ON_NO_MEMORY(result::stringNotCreated)

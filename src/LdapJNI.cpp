@@ -182,7 +182,7 @@ VESK_JNI(jint, LdapJNI, authenticateUTF8)
   session.close();
   return result::success;
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 // attrStr is not among the arguments that give 500; a null one reads as the empty name.
 VESK_JNI(jint, LdapJNI, directSearchLDAPUTF8)
@@ -216,7 +216,7 @@ VESK_JNI(jint, LdapJNI, directSearchLDAPUTF8)
   session.close();
   return result::success;
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, searchLDAPUTF8)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
@@ -231,7 +231,7 @@ VESK_JNI(jint, LdapJNI, searchLDAPUTF8)
   if (const jint code = session.openWithScript(to); code != result::success) return code;
   return listNames(env, session, to.baseDN(), text.c_str(), groupOnly, resultList);
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, browseLDAP)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
@@ -244,7 +244,7 @@ VESK_JNI(jint, LdapJNI, browseLDAP)
   if (const jint code = session.openWithScript(to); code != result::success) return code;
   return listNames(env, session, to.baseDN(), nullptr, groupOnly, resultList);
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, isLDAPGroupContainAnotherUTF8)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
@@ -266,7 +266,7 @@ VESK_JNI(jint, LdapJNI, isLDAPGroupContainAnotherUTF8)
   session.close();
   return code;
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 VESK_JNI(jint, LdapJNI, isAccountExist)
 (JNIEnv* env, jobject, jint vendor, jint authType, jstring host, jint port, jstring bindUser,
@@ -284,7 +284,7 @@ VESK_JNI(jint, LdapJNI, isAccountExist)
   session.close();
   return exists ? result::success : result::accountNotFound;
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 // The argument before resultList is never read.
 VESK_JNI(jint, LdapJNI, getUserByMail)
@@ -322,7 +322,7 @@ VESK_JNI(jint, LdapJNI, getUserByMail)
   session.close();
   return result::success;
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 // A base DN whose object classes may not be read exists all the same.
 VESK_JNI(jint, LdapJNI, checkBaseDN)
@@ -339,7 +339,7 @@ VESK_JNI(jint, LdapJNI, checkBaseDN)
   session.close();
   return exists ? result::success : result::baseNotFound;
 }
-VESK_ON_EXCEPTION(result::connectionNotCreated)
+VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
 // A mail that could not be written is only logged.
 VESK_JNI(jint, LdapJNI, notifyLdapCacheSyncFail)(JNIEnv*, jobject) try {
@@ -368,4 +368,4 @@ VESK_JNI(jint, LdapJNI, notifyLdapCacheSyncFail)(JNIEnv*, jobject) try {
   }
   return result::success;
 }
-VESK_ON_EXCEPTION(noAdministrator)
+VESK_ON_NO_MEMORY(noAdministrator)

@@ -104,4 +104,4 @@ VESK_JNI(jint, MTAlogJNI, getMTAEventSubmit)
   static_cast<void>(formJArrListStr(env, texts, list));
   return result::success;
 }
-VESK_ON_EXCEPTION(result::success)
+VESK_ON_NO_MEMORY(result::success)

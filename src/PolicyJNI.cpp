@@ -37,7 +37,7 @@ void callback(VESK::VESKLogLevel, const char*) {}
 
 // The three texts are placed as they are, without quotes.
 VESK_JNI(jint, PolicyJNI, notifyUpdatePolicyNow)
-(JNIEnv* env, jobject, jstring first, jstring second, jstring third) try {
+(JNIEnv* env, jobject, jstring first, jstring second, jstring third) {
   if (anyNull(first, second, third)) return result::nullArgument;
   const VeskJniString one(env, first);
   const VeskJniString two(env, second);
@@ -64,10 +64,9 @@ VESK_JNI(jint, PolicyJNI, notifyUpdatePolicyNow)
   }
   return notSent;
 }
-VESK_ON_EXCEPTION(notSent)
 
 // Valid is what the filter for subject lines makes a regular expression of that compiles.
-VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword) try {
+VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword) {
   if (keyword == nullptr) return result::nullArgument;
   const VeskJniString expression(env, keyword);
   const KeywordList list;
@@ -79,4 +78,3 @@ VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword
   Log::LogByLevel(3, valid ? "valReg() return true" : "valReg() return false");
   return valid ? result::success : result::keywordInvalid;
 }
-VESK_ON_EXCEPTION(result::keywordInvalid)

@@ -37,25 +37,22 @@ char* trim_key(char* line) {
 
 }  // namespace
 
-VESK_JNI(jint, PostfixJNI, postfixReload)(JNIEnv*, jobject) try {
+VESK_JNI(jint, PostfixJNI, postfixReload)(JNIEnv*, jobject) {
   return runTool("PostfixJNI.postfixReload", "postfix reload");
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
-VESK_JNI(jint, PostfixJNI, isPostfixExist)(JNIEnv*, jobject) try {
+VESK_JNI(jint, PostfixJNI, isPostfixExist)(JNIEnv*, jobject) {
   return commandPrints("PostfixJNI.isPostfixExist", postfixCommandSize, "which postconf");
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
-VESK_JNI(jint, PostfixJNI, postmap)(JNIEnv* env, jobject, jstring file) try {
+VESK_JNI(jint, PostfixJNI, postmap)(JNIEnv* env, jobject, jstring file) {
   if (file == nullptr) return result::nullArgument;
   const VeskJniString name(env, file);
   return runTool("PostfixJNI.postmap", "postmap %s", name.str);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // A longer name that begins with the key and is printed before it hides the key.
-VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) try {
+VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) {
   if (key == nullptr) return result::nullArgument;
   const VeskJniString name(env, key);
   CommandLine command("PostfixJNI.isKeyConfigured", postfixCommandSize);
@@ -68,7 +65,6 @@ VESK_JNI(jint, PostfixJNI, isKeyConfigured)(JNIEnv* env, jobject, jstring key) t
   const bool same = length < std::strlen(line.text) && line.text[length] == ' ';
   return same ? result::success : result::keyNotConfigured;
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // The first name that begins with the key counts, whether or not it goes on behind it.
 VESK_JNI(jint, PostfixJNI, getPostconf)(JNIEnv* env, jobject, jstring key, jobject list) try {
@@ -80,16 +76,15 @@ VESK_JNI(jint, PostfixJNI, getPostconf)(JNIEnv* env, jobject, jstring key, jobje
   if (const jint code = readFirstLine(command.c_str(), line); code != result::success) return code;
   return formJArrListStr(env, trim_key(line.text), list);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 // Key and value stand in single quotes as they are.
-VESK_JNI(jint, PostfixJNI, setPostconf)(JNIEnv* env, jobject, jstring key, jstring value) try {
+VESK_JNI(jint, PostfixJNI, setPostconf)(JNIEnv* env, jobject, jstring key, jstring value) {
   if (anyNull(key, value)) return result::nullArgument;
   const VeskJniString name(env, key);
   const VeskJniString text(env, value);
   return runTool("PostfixJNI.setPostconf", "postconf -e '%s=%s'", name.str, text.str);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // Inert, like getPEMFile: nothing is written or read.
 VESK_JNI(jint, PostfixJNI, exportPEMFile)
@@ -99,7 +94,7 @@ VESK_JNI(jint, PostfixJNI, getPEMFile)(JNIEnv*, jobject, jstring, jstring, jstri
   return result::success;
 }
 
-VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, jboolean isKey) try {
+VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, jboolean isKey) {
   if (path == nullptr) return result::nullArgument;
   const VeskJniString file(env, path);
   CommandLine command("PostfixJNI.checkPEMFormat", verifierCommandSize);
@@ -114,7 +109,6 @@ VESK_JNI(jint, PostfixJNI, checkPEMFormat)(JNIEnv* env, jobject, jstring path, j
   Log::LogByLevel(4, "pemverify return code=%d", code);
   return result::certificateRejected;
 }
-VESK_ON_EXCEPTION(result::certificateRejected)
 
 VESK_JNI(jint, PostfixJNI, composeClientRestrictionFile)
 (JNIEnv* env, jobject, jstring inputPath, jstring outputPath) try {
@@ -123,4 +117,4 @@ VESK_JNI(jint, PostfixJNI, composeClientRestrictionFile)
   const VeskJniString output(env, outputPath);
   return writeRestrictionFile(input.str, output.str) ? result::success : result::fileNotOpened;
 }
-VESK_ON_EXCEPTION(result::fileNotOpened)
+VESK_ON_NO_MEMORY(result::fileNotOpened)

@@ -83,8 +83,10 @@ int check(const char* server, const Proxy& proxy, int& errorCode) try {
   Log::LogByLevel(1, "[quor Handler] quor server rc=(%d), errorCode=(%d), totalTime=(%f), (%s:%d)",
                   code, errorCode, totalTime, __FILE_NAME__, __LINE__);
   return code;
+} catch (const std::bad_alloc&) {
+  logNoMemory("QUORJNI_quorChkServerStatus");
+  return QUOR_NO_RESOURCES;
 }
-VESK_ON_EXCEPTION(QUOR_NO_RESOURCES)
 
 }  // namespace
 

@@ -69,13 +69,13 @@ VESK_JNI(jint, QuarantineJNI, getEmail)
     return AgentSOAPClient::getWholeMsg(agent, ref, to, flag != JNI_FALSE);
   });
 }
-VESK_ON_EXCEPTION(failed)
+VESK_ON_NO_MEMORY(failed)
 
 VESK_JNI(jint, QuarantineJNI, getEmail_1P)
 (JNIEnv* env, jobject, jstring endpoint, jstring reference, jstring target) try {
   return fetchWhole(env, endpoint, reference, target, AgentSOAPClient::getWholeMsg_PE);
 }
-VESK_ON_EXCEPTION(failed)
+VESK_ON_NO_MEMORY(failed)
 
 VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody)
 (JNIEnv* env, jobject, jstring endpoint, jstring reference, jboolean flag, jobject list) try {
@@ -90,7 +90,7 @@ VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody)
                                                 secondSize);
       });
 }
-VESK_ON_EXCEPTION(failed)
+VESK_ON_NO_MEMORY(failed)
 
 VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody_1P)
 (JNIEnv* env, jobject, jstring endpoint, jstring reference, jobject list) try {
@@ -104,7 +104,7 @@ VESK_JNI(jint, QuarantineJNI, getMsgHeaderOrBody_1P)
                                                    postponedSecondSize);
       });
 }
-VESK_ON_EXCEPTION(failed)
+VESK_ON_NO_MEMORY(failed)
 
 // What the agent makes of it is not told, on purpose.
 VESK_JNI(jint, QuarantineJNI, sendQueueManagementAction)
@@ -116,4 +116,4 @@ VESK_JNI(jint, QuarantineJNI, sendQueueManagementAction)
   AgentSOAPClient::sendQueueManagerAction(agent, queueAction, answer);
   return result::success;
 }
-VESK_ON_EXCEPTION(result::success)
+VESK_ON_NO_MEMORY(result::success)

@@ -212,6 +212,14 @@ bool sameFile(std::FILE* one, std::FILE* other) {
          S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+// By now another call may have put its own table there.
+bool isAt(const char* path, std::FILE* file) {
+  struct stat named {};
+  struct stat opened {};
+  return lstat(path, &named) == 0 && fstat(fileno(file), &opened) == 0 &&
+         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+}
+
 bool writeRules(std::FILE* in, const char* input, std::FILE* out, const char* output) {
   char line[LINE_SIZE];
   Rule rule;
@@ -255,10 +263,9 @@ File openForWriting(const char* path, bool& made) {
 class Draft {
  public:
   Draft(const char* tablePath, std::FILE* table) : path(tablePath) {
-    struct stat named {};
-    struct stat opened {};
-    if (lstat(path, &named) != 0 || fstat(fileno(table), &opened) != 0) return;
-    if (!S_ISREG(named.st_mode) || named.st_nlink != 1 || named.st_ino != opened.st_ino) return;
+    struct stat status {};
+    if (!isAt(path, table) || fstat(fileno(table), &status) != 0) return;
+    if (!S_ISREG(status.st_mode) || status.st_nlink != 1) return;
     std::snprintf(name, sizeof name, "%s.XXXXXX", path);
     const int descriptor = mkostemp(name, O_CLOEXEC);
     if (descriptor < 0) {
@@ -266,7 +273,7 @@ class Draft {
       return;
     }
     stream = streamOf(descriptor);
-    if (!stream || !takeAfter(named)) drop();
+    if (!stream || !takeAfter(status)) drop();
   }
   ~Draft() { drop(); }
   Draft(const Draft&) = delete;
@@ -276,6 +283,8 @@ class Draft {
   std::FILE* get() const { return stream.get(); }
 
   bool place() {
+    // Else a power cut may leave the new name and none of the content.
+    if (fdatasync(fileno(stream.get())) != 0) return fail("write", path);
     if (std::fclose(stream.release()) != 0) return fail("write", path);
     if (std::rename(name, path) != 0) return fail("replace", path);
     name[0] = '\0';
@@ -342,6 +351,6 @@ bool writeRestrictionFile(const char* input, const char* output) {
   std::setvbuf(draft ? draft.get() : out.get(), buffers.get() + BLOCK_SIZE, _IOFBF, BLOCK_SIZE);
   if (!draft) return writeInPlace(in.get(), input, out, output);
   if (writeRules(in.get(), input, draft.get(), output) && draft.place()) return true;
-  if (made) unlink(output);
+  if (made && isAt(output, out.get())) unlink(output);
   return false;
 }

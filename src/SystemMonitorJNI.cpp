@@ -50,7 +50,7 @@ VESK_JNI(jint, SystemMonitorJNI, getVESKVersion)(JNIEnv* env, jobject, jobject l
   static_cast<void>(formJArrListStr(env, banner, list));
   return result::success;
 }
-VESK_ON_EXCEPTION(result::stringNotCreated)
+VESK_ON_NO_MEMORY(result::stringNotCreated)
 
 // The agent proves by a sum that it worked on the request; an exact one, so no tolerance.
 VESK_JNI(jint, SystemMonitorJNI, testConnection)
@@ -63,7 +63,7 @@ VESK_JNI(jint, SystemMonitorJNI, testConnection)
   const bool answered = AgentSOAPClient::test(endpoint.text(), 1980.0, 722.0, answer);
   return answered && answer == 2702.0 ? result::success : result::agentFailed;
 }
-VESK_ON_EXCEPTION(result::agentFailed)
+VESK_ON_NO_MEMORY(result::agentFailed)
 
 // 1 for success and 0 for failure, on purpose: the reverse of its neighbours.
 VESK_JNI(jint, SystemMonitorJNI, UnregisterNotify)
@@ -72,7 +72,7 @@ VESK_JNI(jint, SystemMonitorJNI, UnregisterNotify)
   AgentEndpoint endpoint(env, host, port);
   return AgentSOAPClient::UnregisterNotify(endpoint.text()) ? 1 : 0;
 }
-VESK_ON_EXCEPTION(JNI_FALSE)
+VESK_ON_NO_MEMORY(JNI_FALSE)
 
 VESK_JNI(jint, SystemMonitorJNI, sendServiceCmd)
 (JNIEnv* env, jobject, jstring host, jint port, jint command) try {
@@ -82,7 +82,7 @@ VESK_JNI(jint, SystemMonitorJNI, sendServiceCmd)
   const bool answered = AgentSOAPClient::sendServiceCmd(endpoint.text(), command, echo);
   return answered && echo == command ? result::success : result::agentFailed;
 }
-VESK_ON_EXCEPTION(result::agentFailed)
+VESK_ON_NO_MEMORY(result::agentFailed)
 
 VESK_JNI(jint, SystemMonitorJNI, updateGlobalSetting)
 (JNIEnv* env, jobject, jstring first, jstring second, jstring third) try {
@@ -99,7 +99,7 @@ VESK_JNI(jint, SystemMonitorJNI, updateGlobalSetting)
   const int written = store->_replace_create_item_on_mem(section.str, key.str, value.str);
   return written != 0 ? result::success : notWritten;
 }
-VESK_ON_EXCEPTION(notWritten)
+VESK_ON_NO_MEMORY(notWritten)
 
 // The client's own result; what each agent answered is in the log.
 VESK_JNI(jint, SystemMonitorJNI, PatchSetNotify)(JNIEnv* env, jobject, jstring notification) try {
@@ -108,7 +108,7 @@ VESK_JNI(jint, SystemMonitorJNI, PatchSetNotify)(JNIEnv* env, jobject, jstring n
   std::string reply;
   return AgentSOAPClient::PatchSetNotify(text.str, reply);
 }
-VESK_ON_EXCEPTION(notTold)
+VESK_ON_NO_MEMORY(notTold)
 
 VESK_JNI(jint, SystemMonitorJNI, PostSetNotifyAllScanners)(JNIEnv* env, jobject, jobject list) try {
   if (list == nullptr) return result::nullArgument;
@@ -117,4 +117,4 @@ VESK_JNI(jint, SystemMonitorJNI, PostSetNotifyAllScanners)(JNIEnv* env, jobject,
   const int told = AgentSOAPClient::PostSetNotifyAllScanners(addresses, reply);
   return told > 0 ? result::success : told;
 }
-VESK_ON_EXCEPTION(notTold)
+VESK_ON_NO_MEMORY(notTold)

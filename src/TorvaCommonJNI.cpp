@@ -12,4 +12,4 @@ VESK_JNI(jint, TorvaCommonJNI, sendSystemCmd)
   const bool accepted = AgentSOAPClient::sendSysConfigEvnt(endpoint.text(), event, answer);
   return accepted ? result::agentFailed : result::success;
 }
-VESK_ON_EXCEPTION(result::success)
+VESK_ON_NO_MEMORY(result::success)

@@ -52,8 +52,6 @@ jint convertText(JNIEnv* env, jstring text, jobject list, const Convert& convert
   return result::success;
 }
 
-enum class Listed { yes, no, nobodyKnows };
-
 // What the two version queries share: the names go to the second list. The lists' own results are
 // ignored, but a list that threw ends the filling.
 template <typename Query>
@@ -64,9 +62,7 @@ jint listVersions(JNIEnv* env, jobject listA, jobject listB, const Query& query)
   std::vector<std::string> seconds, firsts;
   for (const BvUpdateType type : components) {
     std::string first, second;
-    const Listed listed = query(update, type, first, second);
-    if (listed == Listed::nobodyKnows) return result::updateFailed;
-    if (listed == Listed::no) continue;
+    if (!query(update, type, first, second)) continue;
     seconds.push_back(second);
     firsts.push_back(first);
   }
@@ -93,7 +89,7 @@ VESK_JNI(jint, UpdateJNI, getEncryptStr)(JNIEnv* env, jobject, jstring text, job
     NewEncryptStr(plain, buffer, cipherTextSize);
   });
 }
-VESK_ON_EXCEPTION(result::updateFailed)
+VESK_ON_NO_MEMORY(result::updateFailed)
 
 VESK_JNI(jint, UpdateJNI, getDecryptStr)(JNIEnv* env, jobject, jstring text, jobject list) try {
   return convertText(env, text, list, [](const char* secret, char* buffer) {
@@ -101,13 +97,13 @@ VESK_JNI(jint, UpdateJNI, getDecryptStr)(JNIEnv* env, jobject, jstring text, job
     NewDecryptStr(buffer);
   });
 }
-VESK_ON_EXCEPTION(result::updateFailed)
+VESK_ON_NO_MEMORY(result::updateFailed)
 
 VESK_JNI(jint, UpdateJNI, isRunning)(JNIEnv*, jobject) try {
   std::string text;  // not used
   return BvUpdate::isRunning(text) ? result::success : result::noUpdateRunning;
 }
-VESK_ON_EXCEPTION(result::noUpdateRunning)
+VESK_ON_NO_MEMORY(result::noUpdateRunning)
 
 // A component that fails does not keep the others from being updated.
 VESK_JNI(jint, UpdateJNI, manualUpdate)
@@ -133,28 +129,26 @@ VESK_JNI(jint, UpdateJNI, manualUpdate)
   if (failed) return result::updateFailed;
   return nothingDone ? result::nothingToUpdate : result::success;
 }
-VESK_ON_EXCEPTION(result::updateFailed)
+VESK_ON_NO_MEMORY(result::updateFailed)
 
 VESK_JNI(jint, UpdateJNI, getAvailVersion)(JNIEnv* env, jobject, jobject listA, jobject listB) try {
   return listVersions(env, listA, listB,
                       [](BvUpdate& update, BvUpdateType type, auto& first, auto& second) {
                         constexpr int notAtSource = 2;
-                        const int found = update.getAvailVersion(type, first, second, true);
-                        if (found < 0) return Listed::nobodyKnows;
-                        return found != notAtSource ? Listed::yes : Listed::no;
+                        return update.getAvailVersion(type, first, second, true) != notAtSource;
                       });
 }
-VESK_ON_EXCEPTION(result::updateFailed)
+VESK_ON_NO_MEMORY(result::updateFailed)
 
 VESK_JNI(jint, UpdateJNI, getCurrentVersion)
 (JNIEnv* env, jobject, jobject listA, jobject listB) try {
   return listVersions(env, listA, listB,
                       [](BvUpdate& update, BvUpdateType type, auto& first, auto& second) {
-                        const int found = update.getDBVersion(type, first, second, true);
-                        return found < 0 ? Listed::nobodyKnows : Listed::yes;
+                        update.getDBVersion(type, first, second, true);
+                        return true;
                       });
 }
-VESK_ON_EXCEPTION(result::updateFailed)
+VESK_ON_NO_MEMORY(result::updateFailed)
 
 VESK_JNI(jint, UpdateJNI, rollback)
 (JNIEnv* env, jobject, jint source, jstring selection, jobject results) try {
@@ -173,4 +167,4 @@ VESK_JNI(jint, UpdateJNI, rollback)
   static_cast<void>(formJArrListStr(env, texts, results));
   return code;
 }
-VESK_ON_EXCEPTION(result::updateFailed)
+VESK_ON_NO_MEMORY(result::updateFailed)

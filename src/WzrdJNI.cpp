@@ -127,16 +127,15 @@ const char* restartCommand(jint mode) {
   VESK_JNI(jint, WzrdJNI, method)(JNIEnv * env, jobject, jobject list) try {       \
     return queryToList(env, list, "WzrdJNI." #method, wizardCommandSize, command); \
   }                                                                                \
-  VESK_ON_EXCEPTION(result::commandNotStarted)
+  VESK_ON_NO_MEMORY(result::commandNotStarted)
 WZRD_GETTERS(DEFINE_GETTER)
 
 #define DEFINE_SETTER(method, size, format)                                        \
-  VESK_JNI(jint, WzrdJNI, method)(JNIEnv * env, jobject, jstring value) try {      \
+  VESK_JNI(jint, WzrdJNI, method)(JNIEnv * env, jobject, jstring value) {          \
     if (value == nullptr) return result::nullArgument;                             \
     const VeskJniString text(env, value);                                          \
     return runAction("WzrdJNI." #method, StatusForm::raw, size, format, text.str); \
-  }                                                                                \
-  VESK_ON_EXCEPTION(result::commandNotStarted)
+  }
 WZRD_SETTERS(DEFINE_SETTER)
 
 #define DEFINE_INTERFACE_READER(method, what, text)                                          \
@@ -147,7 +146,7 @@ WZRD_SETTERS(DEFINE_SETTER)
     if (!command.format(text, name.str)) return command.failure();                           \
     return interfaceValue(env, list, "WzrdJNI." #method what, command);                      \
   }                                                                                          \
-  VESK_ON_EXCEPTION(result::commandNotStarted)
+  VESK_ON_NO_MEMORY(result::commandNotStarted)
 WZRD_INTERFACE_READERS(DEFINE_INTERFACE_READER)
 
 // Unlike the other getters, what the list answers is not passed on here and in getIFDevList.
@@ -157,7 +156,7 @@ VESK_JNI(jint, WzrdJNI, getICPort)(JNIEnv* env, jobject, jobject list) try {
   const bool appendFailed = code == result::stringNotCreated || code == result::addRefused;
   return appendFailed ? result::success : code;
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 // One element a word.
 VESK_JNI(jint, WzrdJNI, getIFDevList)(JNIEnv* env, jobject, jobject list) try {
@@ -175,34 +174,33 @@ VESK_JNI(jint, WzrdJNI, getIFDevList)(JNIEnv* env, jobject, jobject list) try {
   }
   return result::success;
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 VESK_JNI(jint, WzrdJNI, getSysTime)(JNIEnv* env, jobject, jobject list) try {
   return clockToList(env, list, "WzrdJNI.getSysTime", "/bin/date +%T");
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 VESK_JNI(jint, WzrdJNI, getSysDate)(JNIEnv* env, jobject, jobject list) try {
   return clockToList(env, list, "WzrdJNI.getSysDate", "/bin/date +%m/%d/%Y");
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 #define DEFINE_INTERFACE_SETTER(method, format)                                               \
   VESK_JNI(jint, WzrdJNI, method)                                                             \
-  (JNIEnv * env, jobject, jstring first, jstring second, jstring third) try {                 \
+  (JNIEnv * env, jobject, jstring first, jstring second, jstring third) {                     \
     if (anyNull(first, second, third)) return result::nullArgument;                           \
     const VeskJniString one(env, first);                                                      \
     const VeskJniString two(env, second);                                                     \
     const VeskJniString three(env, third);                                                    \
     return runAction("WzrdJNI." #method, StatusForm::raw, wizardCommandSize, format, one.str, \
                      two.str, three.str);                                                     \
-  }                                                                                           \
-  VESK_ON_EXCEPTION(result::commandNotStarted)
+  }
 DEFINE_INTERFACE_SETTER(setIFV4Addr, "/etc/clish/scripts/ifcfg.sh \"%s\" \"%s\" \"%s\"")
 DEFINE_INTERFACE_SETTER(setIFV6Addr, "/etc/clish/scripts/ifcfg6.sh \"%s\" \"%s\" \"%s\"")
 
 // A failure's code comes out as true.
-VESK_JNI(jboolean, WzrdJNI, isIPv6Enable)(JNIEnv*, jobject) try {
+VESK_JNI(jboolean, WzrdJNI, isIPv6Enable)(JNIEnv*, jobject) {
   const char* command = "cat /etc/sysconfig/network | grep NETWORKING_IPV6 | cut -d'=' -f2";
   LogPrintf("WzrdJNI.isIPv6Enable() szCmd: [%s]", command);
   OutputLine line;
@@ -217,28 +215,24 @@ VESK_JNI(jboolean, WzrdJNI, isIPv6Enable)(JNIEnv*, jobject) try {
   LogPrintf("WzrdJNI.isIPv6Enable() szRet: [%s]", line.text);
   return std::strcmp(line.text, "yes") == 0 ? JNI_TRUE : JNI_FALSE;
 }
-VESK_ON_EXCEPTION(JNI_FALSE)
 
 // Not the mirror image of enableIPv6: Postfix is found through the search path here, and by the
 // product's own path there.
-VESK_JNI(jint, WzrdJNI, disableIPv6)(JNIEnv*, jobject) try {
+VESK_JNI(jint, WzrdJNI, disableIPv6)(JNIEnv*, jobject) {
   return switchIPv6("WzrdJNI.disableIPv6", "/etc/clish/scripts/ipv6.sh disable",
                     "postconf -e inet_protocols=ipv4");
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
-VESK_JNI(jint, WzrdJNI, enableIPv6)(JNIEnv*, jobject) try {
+VESK_JNI(jint, WzrdJNI, enableIPv6)(JNIEnv*, jobject) {
   return switchIPv6("WzrdJNI.enableIPv6", "/etc/clish/scripts/ipv6.sh enable",
                     "/opt/brelvik/vesk/postfix/usr/sbin/postconf -e inet_protocols=all");
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // The exit code, unlike the other actions of the wizard but regToMaster.
-VESK_JNI(jint, WzrdJNI, applyNetworkSettings)(JNIEnv*, jobject) try {
+VESK_JNI(jint, WzrdJNI, applyNetworkSettings)(JNIEnv*, jobject) {
   return runAction("WzrdJNI.applyNetworkSettings", StatusForm::exitCode, wizardActionSize,
                    "/opt/brelvik/vesk/script/cfgtool.sh apply_network");
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // The console checks these values itself; every one passes here.
 VESK_JNI(jint, WzrdJNI, checkIPAddr)(JNIEnv*, jobject, jstring) { return result::success; }
@@ -251,7 +245,7 @@ VESK_JNI(jint, WzrdJNI, getContinentList)(JNIEnv* env, jobject, jobject list) tr
   if (!command.format("/etc/tzselect continent list")) return command.failure();
   return linesToList(env, list, "WzrdJNI.getContList", command);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 VESK_JNI(jint, WzrdJNI, getCountryList)(JNIEnv* env, jobject, jstring continent, jobject list) try {
   if (anyNull<jobject>(continent, list)) return result::nullArgument;
@@ -262,7 +256,7 @@ VESK_JNI(jint, WzrdJNI, getCountryList)(JNIEnv* env, jobject, jstring continent,
   }
   return linesToList(env, list, "WzrdJNI.getRegnList", command);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 VESK_JNI(jint, WzrdJNI, getCityList)
 (JNIEnv* env, jobject, jstring continent, jstring country, jobject list) try {
@@ -276,11 +270,11 @@ VESK_JNI(jint, WzrdJNI, getCityList)
   }
   return linesToList(env, list, "WzrdJNI.getCityList", command);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 // Without quotes, unlike the lists: a name with a blank arrives as several words.
 VESK_JNI(jint, WzrdJNI, setTimeZone)
-(JNIEnv* env, jobject, jstring continent, jstring country, jstring city) try {
+(JNIEnv* env, jobject, jstring continent, jstring country, jstring city) {
   if (anyNull(continent, country, city)) return result::nullArgument;
   const VeskJniString continentName(env, continent);
   const VeskJniString countryName(env, country);
@@ -289,10 +283,9 @@ VESK_JNI(jint, WzrdJNI, setTimeZone)
                    "/etc/tzselect apply %s %s %s", continentName.str, countryName.str,
                    cityName.str);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // The hardware clock follows, whatever became of the system's, and its status is the answer.
-VESK_JNI(jint, WzrdJNI, setDateTime)(JNIEnv* env, jobject, jstring dateTime) try {
+VESK_JNI(jint, WzrdJNI, setDateTime)(JNIEnv* env, jobject, jstring dateTime) {
   if (dateTime == nullptr) return result::nullArgument;
   const VeskJniString text(env, dateTime);
   CommandLine command("WzrdJNI.setDateTime", wizardActionSize);
@@ -303,15 +296,13 @@ VESK_JNI(jint, WzrdJNI, setDateTime)(JNIEnv* env, jobject, jstring dateTime) try
   LogPrintf("WzrdJNI.setDateTime set the hardware time nRet: [%d]", status);
   return status;
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
-VESK_JNI(jint, WzrdJNI, chkMasterDB)(JNIEnv* env, jobject, jstring parent) try {
+VESK_JNI(jint, WzrdJNI, chkMasterDB)(JNIEnv* env, jobject, jstring parent) {
   if (parent == nullptr) return result::nullArgument;
   const VeskJniString address(env, parent);
   return runAction("WzrdJNI.chkMasterDB", StatusForm::raw, wizardActionSize,
                    "/opt/brelvik/vesk/script/cfgtool.sh chkdb \"%s\" sa postgreSQL", address.str);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 VESK_JNI(jint, WzrdJNI, getParentVersion)(JNIEnv* env, jobject, jstring parent, jobject list) try {
   if (anyNull<jobject>(parent, list)) return result::nullArgument;
@@ -320,10 +311,10 @@ VESK_JNI(jint, WzrdJNI, getParentVersion)(JNIEnv* env, jobject, jstring parent, 
                      "/opt/brelvik/vesk/script/cfgtool.sh getparentver \"%s\" sa postgreSQL",
                      address.str);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
+VESK_ON_NO_MEMORY(result::commandNotStarted)
 
 // The registration outlives the console that it restarts: the wrapper keeps none of its handles.
-VESK_JNI(jint, WzrdJNI, regToMaster)(JNIEnv* env, jobject, jstring parent) try {
+VESK_JNI(jint, WzrdJNI, regToMaster)(JNIEnv* env, jobject, jstring parent) {
   if (parent == nullptr) return result::nullArgument;
   const VeskJniString address(env, parent);
   return runAction("WzrdJNI.regToMaster", StatusForm::exitCode, wizardActionSize,
@@ -331,10 +322,9 @@ VESK_JNI(jint, WzrdJNI, regToMaster)(JNIEnv* env, jobject, jstring parent) try {
                    "sa postgreSQL\"",
                    getVeskHome(), address.str);
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
 // The end-user quarantine keeps its data in the local database, which then stays up.
-VESK_JNI(jint, WzrdJNI, afterRegister)(JNIEnv*, jobject) try {
+VESK_JNI(jint, WzrdJNI, afterRegister)(JNIEnv*, jobject) {
   LogPrintf("WzrdJNI.afterRegister: start to stop AdminUI.");
   static_cast<void>(runInShell("/opt/brelvik/vesk/script/S99ADMINUI stop &"));
   if (runInShell("/opt/brelvik/vesk/script/is_euq_enable.sh") != 0) return result::success;
@@ -342,11 +332,9 @@ VESK_JNI(jint, WzrdJNI, afterRegister)(JNIEnv*, jobject) try {
   static_cast<void>(runInShell("/opt/brelvik/vesk/script/dbctl.sh stop &"));
   return result::success;
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)
 
-VESK_JNI(jint, WzrdJNI, restartServices)(JNIEnv*, jobject, jint mode) try {
+VESK_JNI(jint, WzrdJNI, restartServices)(JNIEnv*, jobject, jint mode) {
   if (mode == 0) return result::success;
   return runAction("WzrdJNI.restartServices", StatusForm::raw, wizardActionSize, "%s",
                    restartCommand(mode));
 }
-VESK_ON_EXCEPTION(result::commandNotStarted)

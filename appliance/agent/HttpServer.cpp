@@ -15,6 +15,7 @@ namespace agent {
 namespace {
 
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 
 constexpr std::size_t largestBody = 16u << 20;
 constexpr std::size_t mostThreads = 640;
@@ -123,7 +124,7 @@ void HttpServer::misbehave(const std::string& operation, const std::string& xml,
     if (reply.status / 100 == 3) reply.set_header("Location", "http://" + address + "/agent");
     return;
   }
-  const std::string sent = rule("garbage") ? std::string("\x16\x03\0<\xFF not XML", 13) : xml;
+  const std::string sent = rule("garbage") ? "\x16\x03\0<\xFF not XML"s : xml;
   if (const auto bytes = rule("cut")) {
     const std::size_t part = *bytes < 0 ? sent.size() / 2 : static_cast<std::size_t>(*bytes);
     reply.set_content_provider(sent.size(), xmlType, [sent, part](auto, auto, auto& sink) {

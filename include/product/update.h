@@ -93,11 +93,10 @@ class BvUpdate {
 
   // 0: `first` is the component's name, `second` the version at the source. 2: the source has no
   // such component, or cannot be read. With `cached`, the manifest that this object read and
-  // checked before is used again, and so is its failure to. Both texts are empty on 2. -1: memory
-  // ended, and nobody knows.
+  // checked before is used again, and so is its failure to. Both texts are empty on 2.
   int getAvailVersion(BvUpdateType type, std::string& first, std::string& second, bool cached);
   // 0: `first` is the component's name, `second` the version in use; 1: none is installed, and
-  // `second` is empty; -1: memory ended, and nobody knows.
+  // `second` is empty, or memory ended.
   int getDBVersion(BvUpdateType type, std::string& first, std::string& second, bool cached);
 
   // Appends one line to log/update-events.log below the install root: time, source, component,

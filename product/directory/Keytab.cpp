@@ -60,7 +60,9 @@ bool isService(krb5_const_principal principal) { return principal->length > 1; }
 std::string nameOf(krb5_context context, krb5_const_principal principal) {
   char* text = nullptr;
   // An older entry must not be taken because the newest one's name found no memory.
-  if (krb5_unparse_name(context, principal, &text) != 0) throw std::bad_alloc();
+  const krb5_error_code error = krb5_unparse_name(context, principal, &text);
+  if (error == ENOMEM) throw std::bad_alloc();
+  if (error != 0) return {};
   const auto release = [context](char* name) { krb5_free_unparsed_name(context, name); };
   const std::unique_ptr<char, decltype(release)> owner(text, release);
   return text;
@@ -75,7 +77,9 @@ struct Newest {
     const auto when = static_cast<std::uint32_t>(entry.timestamp);
     const bool older = when < timestamp || (when == timestamp && entry.vno < kvno);
     if (!isService(entry.principal) || (!name.empty() && older)) return;
-    name = nameOf(context, entry.principal);
+    std::string found = nameOf(context, entry.principal);
+    if (found.empty()) return;
+    name = std::move(found);
     timestamp = when;
     kvno = entry.vno;
   }
@@ -152,6 +156,7 @@ class Fields {
 bool isEntry(std::string_view content) {
   Fields entry(content);
   const std::uint32_t parts = entry.number(2);
+  if (parts == 0 || parts > 0x7FFF) return false;  // libkrb5 takes it for the end of the file
   for (std::uint32_t i = 0; i <= parts && entry.good(); ++i) entry.skipText();
   entry.take(4 + 4 + 1 + 2);
   entry.skipText();

@@ -10,7 +10,7 @@
 namespace VESK::filter {
 
 // What an expression becomes that is wrong. Nothing closes the bracket: no dialect accepts it.
-inline constexpr const char* NO_REGEX = "[not a keyword expression";
+inline constexpr const char* NO_REGEX = "[no keyword";
 
 // The regular expression for `expression`, which is UTF-8. Sets the fault when it is wrong.
 std::string toRegEx(std::string_view expression, Fault& fault);

@@ -3,6 +3,8 @@
 #define VESK_PRODUCT_FOLDER_H
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <memory>
@@ -11,8 +13,8 @@
 
 namespace VESK {
 
-// Calls `see` with each name but "." and "..", and the entry's type as readdir knows it; any order.
-// 0, or the error that kept it from reading the whole folder.
+// Calls `see` with each name but "." and ".." and the entry's type, as DT_REG and its like; any
+// order. 0, or the error that kept it from reading the whole folder.
 template <typename See>
 int forEachIn(const std::string& path, const See& see) {
   struct Close {
@@ -25,7 +27,12 @@ int forEachIn(const std::string& path, const See& see) {
     const dirent* entry = ::readdir(folder.get());
     if (entry == nullptr) return errno;
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") see(entry->d_name, entry->d_type);
+    if (name == "." || name == "..") continue;
+    struct stat status {};
+    const bool isKnown =
+        entry->d_type != DT_UNKNOWN ||  // some file systems do not say
+        ::fstatat(::dirfd(folder.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0;
+    see(entry->d_name, isKnown ? entry->d_type : IFTODT(status.st_mode));
   }
 }
 

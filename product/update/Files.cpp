@@ -136,7 +136,7 @@ bool syncTree(const std::string& path, Failure& failure) {
 
 void removeTree(const std::string& path) {
   // What is left is removed by the next call. A link is removed, not what it leads to.
-  if (::unlink(path.c_str()) == 0) return;
+  if (::unlink(path.c_str()) == 0 || errno != EISDIR) return;
   forEachIn(path, [&](const char* name, int) { removeTree(path + "/" + name); });
   ::rmdir(path.c_str());
 }

@@ -99,7 +99,7 @@ int BvUpdate::getAvailVersion(BvUpdateType type, std::string& first, std::string
   first = name;
   return 0;
 }
-VESK_AT_BOUNDARY("update", -1)
+VESK_AT_BOUNDARY("update", 2)
 
 // Always asks the folder, which costs no more than a memory of it.
 int BvUpdate::getDBVersion(BvUpdateType type, std::string& first, std::string& second, bool) try {
@@ -110,7 +110,7 @@ int BvUpdate::getDBVersion(BvUpdateType type, std::string& first, std::string& s
   second = Store(engine->home, name).version();
   return second.empty() ? 1 : 0;
 }
-VESK_AT_BOUNDARY("update", -1)
+VESK_AT_BOUNDARY("update", (second.clear(), 1))
 
 void BvUpdate::logAUEvent(int source, BvUpdateType type, BvUpdateRet result) try {
   const Stopwatch since;

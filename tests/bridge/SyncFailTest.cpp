@@ -94,7 +94,7 @@ TEST_F(SyncFailTest, NoAdministratorIsMinusOneAndAFailedMailIsOnlyLogged) {
 TEST_F(SyncFailTest, AnyProductCallMayThrow) {
   for (const std::size_t step : {0, 1, 2, 3, 4, 5, 8, 9, 10, 12, 13}) {  // 6 and 7 are the system's
     product.throwAt = step;
-    EXPECT_EQ(-1, notify()) << step;
+    EXPECT_THROW(notify(), ProductFailure) << step;
   }
 }
 
