@@ -4,9 +4,11 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <thread>
 
+#include "Revival.h"
 #include "World.h"
 
 namespace {
@@ -50,14 +52,12 @@ class Freezing {
     stop();
     expectFailure(ask(world, entry), "stands still");
     kill(peer.process, SIGCONT);
-    // What it was asked meanwhile comes first.
-    for (const auto end = Clock::now() + 10s; Clock::now() < end;) {
-      if (entry.successes.count(ask(world, entry).code) != 0) return;
-    }
-    find(tally.losses, "is back", 0, 10s);
+    expectRecovery();  // what it was asked meanwhile comes first
   }
 
   void die() {
+    expectRecovery();  // from the caller before
+    const Recipe recipe(peer.process);
     stop();
     std::thread killer([this] {
       std::this_thread::sleep_for(200ms);
@@ -66,6 +66,8 @@ class Freezing {
     expectFailure(ask(world, entry), "dies");
     killer.join();
     expectFailure(ask(world, entry), "is gone");
+    revive(recipe);
+    expectRecovery();
   }
 
  private:
@@ -81,6 +83,24 @@ class Freezing {
       }
       if (all) return;
     }
+  }
+
+  // Whoever else asks it finds the new one.
+  void revive(const Recipe& recipe) {
+    const pid_t dead = peer.process;
+    const pid_t alive = recipe.start();
+    world.start<Revived>(alive);
+    for (World::Peer& each : world.peers) {
+      if (each.process == dead) each.process = alive;
+    }
+  }
+
+  void expectRecovery() {
+    for (const auto end = Clock::now() + 10s; Clock::now() < end;) {
+      const Asked asked = ask(world, entry);
+      if (entry.successes.contains(asked.code) && !entry.lesser.contains(asked.shown)) return;
+    }
+    find(tally.losses, "is back", 0, 10s);
   }
 
   void expectFailure(const Asked& asked, const char* what) {
@@ -110,14 +130,15 @@ class Freezing {
 
 void freeze(World& world, const std::vector<EntryPoint>& calls, Progress& progress) {
   Tally& tally = progress.tally[static_cast<int>(faults::Kind::receive)];
-  for (const bool last : {false, true}) {
+  const char* only = std::getenv("VESK_FAULTS_ONLY");
+  for (const bool dies : {false, true}) {
     for (const World::Peer& peer : world.peers) {
       for (const EntryPoint& entry : calls) {
         if (!entry.name.starts_with(peer.calls)) continue;
+        if (only != nullptr && entry.name.find(only) == std::string::npos) continue;
         Freezing freezing(world, peer, entry, tally);
         ++progress.entry;
-        last ? freezing.die() : freezing.standStill();
-        if (last) break;
+        dies ? freezing.die() : freezing.standStill();
       }
     }
   }

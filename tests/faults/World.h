@@ -51,7 +51,7 @@ struct World {
   }
 };
 
-// Each server stands still, and at last dies, while each of its callers waits for it.
+// Each server stands still, and dies and is started again, while each of its callers waits for it.
 void freeze(World& world, const std::vector<EntryPoint>& calls, Progress& progress);
 
 // The entry points of some peer classes, with the servers that they need.
