@@ -35,49 +35,29 @@ std::vector<EntryPoint> monitorCalls(World& world, jint port) {
   const jobject fleet = vm.list({address.c_str(), ("localhost:" + std::to_string(port)).c_str()});
   World::set("agent", "scanners", address);
   return {
-      {"SystemMonitorJNI.getVESKVersion",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(SystemMonitorJNI, getVESKVersion)(env, nullptr, list);
-       },
-       {501}},
+      {"SystemMonitorJNI.getVESKVersion", CALL(SystemMonitorJNI, getVESKVersion, list), {501}},
       {"SystemMonitorJNI.testConnection",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(SystemMonitorJNI, testConnection)(env, nullptr, host, port, list);
-       },
+       CALL(SystemMonitorJNI, testConnection, host, port, list),
        {300}},
       {"SystemMonitorJNI.UnregisterNotify",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(SystemMonitorJNI, UnregisterNotify)(env, nullptr, host, port);
-       },
+       CALL(SystemMonitorJNI, UnregisterNotify, host, port),
        {0},
        {1}},
       {"SystemMonitorJNI.sendServiceCmd",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(SystemMonitorJNI, sendServiceCmd)(env, nullptr, host, port, 3);
-       },
+       CALL(SystemMonitorJNI, sendServiceCmd, host, port, 3),
        {300}},
       {"SystemMonitorJNI.updateGlobalSetting",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(SystemMonitorJNI, updateGlobalSetting)(env, nullptr, value, section, key);
-       },
+       CALL(SystemMonitorJNI, updateGlobalSetting, value, section, key),
        {-1},
        {0},
        [] { World::set("faults", "key", "old"); },
        [] { return World::get("faults", "key"); }},
-      {"SystemMonitorJNI.PatchSetNotify",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(SystemMonitorJNI, PatchSetNotify)(env, nullptr, patch);
-       },
-       {-1}},
+      {"SystemMonitorJNI.PatchSetNotify", CALL(SystemMonitorJNI, PatchSetNotify, patch), {-1}},
       {"SystemMonitorJNI.PostSetNotifyAllScanners",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(SystemMonitorJNI, PostSetNotifyAllScanners)(env, nullptr, fleet);
-       },
+       CALL(SystemMonitorJNI, PostSetNotifyAllScanners, fleet),
        {-1, -2}},
       {"TorvaCommonJNI.sendSystemCmd",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(TorvaCommonJNI, sendSystemCmd)(env, nullptr, host, port, 12);
-       },
+       CALL(TorvaCommonJNI, sendSystemCmd, host, port, 12),
        {0},
        {300}},
   };
@@ -90,41 +70,25 @@ std::vector<EntryPoint> messageCalls(World& world, const std::string& endpoint) 
   const jintArray block = vm.numbers({0, 0, 0, 0, 0, 0, 0, 0, 0});
   return {
       {"QuarantineJNI.getEmail",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(QuarantineJNI, getEmail)(env, nullptr, agent, message, file, JNI_FALSE);
-       },
+       CALL(QuarantineJNI, getEmail, agent, message, file, JNI_FALSE),
        {0},
        {1}},
       {"QuarantineJNI.getEmail_P",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(QuarantineJNI, getEmail_1P)(env, nullptr, agent, message, file);
-       },
+       CALL(QuarantineJNI, getEmail_1P, agent, message, file),
        {0},
        {1}},
       {"QuarantineJNI.getMsgHeaderOrBody",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(QuarantineJNI, getMsgHeaderOrBody)(env, nullptr, agent, message, JNI_FALSE,
-                                                          list);
-       },
+       CALL(QuarantineJNI, getMsgHeaderOrBody, agent, message, JNI_FALSE, list),
        {0},
        {1}},
       {"QuarantineJNI.getMsgHeaderOrBody_P",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(QuarantineJNI, getMsgHeaderOrBody_1P)(env, nullptr, agent, message, list);
-       },
+       CALL(QuarantineJNI, getMsgHeaderOrBody_1P, agent, message, list),
        {0},
        {1}},
       {.name = "QuarantineJNI.sendQueueManagementAction",
-       .call =
-           [=](JNIEnv* env, jobject, jobject) {
-             return NATIVE(QuarantineJNI, sendQueueManagementAction)(env, nullptr, agent);
-           }},
+       .call = CALL(QuarantineJNI, sendQueueManagementAction, agent)},
       {.name = "MTAlogJNI.getMTAEventSubmit",
-       .call =
-           [=](JNIEnv* env, jobject list, jobject) {
-             return NATIVE(MTAlogJNI, getMTAEventSubmit)(env, nullptr, agent, word, 0, block, none,
-                                                         list);
-           },
+       .call = CALL(MTAlogJNI, getMTAEventSubmit, agent, word, 0, block, none, list),
        .prepare = [&vm, block] { vm.env->SetIntArrayRegion(block, 0, 9, page); },
        .effect = [&vm, block] { return vm.show(block) + "\n"; },
        .lesser = {"[][]null", "[, ][]null"},

@@ -45,62 +45,30 @@ std::vector<EntryPoint> directoryCalls(World& world) {
 #define CONNECTION OPENLDAP, 0, host, port, user, password, base
   std::vector<EntryPoint> all = {
       {"LdapJNI.authenticateUTF8",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(LdapJNI, authenticateUTF8)(env, nullptr, OPENLDAP, 0, host, port, account,
-                                                  secret);
-       },
+       CALL(LdapJNI, authenticateUTF8, OPENLDAP, 0, host, port, account, secret),
        {200, 201, 203}},
       {"LdapJNI.directSearchLDAPUTF8",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(LdapJNI, directSearchLDAPUTF8)(env, nullptr, CONNECTION, filter, mail, list);
-       },
+       CALL(LdapJNI, directSearchLDAPUTF8, CONNECTION, filter, mail, list), notAnswered},
+      {"LdapJNI.searchLDAPUTF8", CALL(LdapJNI, searchLDAPUTF8, CONNECTION, part, JNI_FALSE, list),
        notAnswered},
-      {"LdapJNI.searchLDAPUTF8",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(LdapJNI, searchLDAPUTF8)(env, nullptr, CONNECTION, part, JNI_FALSE, list);
-       },
-       notAnswered},
-      {"LdapJNI.browseLDAP",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(LdapJNI, browseLDAP)(env, nullptr, CONNECTION, JNI_TRUE, list);
-       },
-       notAnswered},
+      {"LdapJNI.browseLDAP", CALL(LdapJNI, browseLDAP, CONNECTION, JNI_TRUE, list), notAnswered},
       {"LdapJNI.isLDAPGroupContainAnotherUTF8",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(LdapJNI, isLDAPGroupContainAnotherUTF8)(env, nullptr, CONNECTION, ann, ring);
-       },
+       CALL(LdapJNI, isLDAPGroupContainAnotherUTF8, CONNECTION, ann, ring),
        {200, 201, 204}},
-      {"LdapJNI.isAccountExist",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(LdapJNI, isAccountExist)(env, nullptr, CONNECTION, login);
-       },
-       {200, 201, 202}},
+      {"LdapJNI.isAccountExist", CALL(LdapJNI, isAccountExist, CONNECTION, login), {200, 201, 202}},
       {"LdapJNI.getUserByMail",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(LdapJNI, getUserByMail)(env, nullptr, CONNECTION, address, nullptr, list);
-       },
+       CALL(LdapJNI, getUserByMail, CONNECTION, address, nullptr, list),
        notAnswered,
        {0},
        [] {},
        [] { return std::string(); },
        {},
        {{205, {24, 1}}}},
-      {"LdapJNI.checkBaseDN",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(LdapJNI, checkBaseDN)(env, nullptr, CONNECTION);
-       },
-       {200, 201, 208}},
+      {"LdapJNI.checkBaseDN", CALL(LdapJNI, checkBaseDN, CONNECTION), {200, 201, 208}},
       {"LdapJNI.checkBaseDN, Kerberos",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(LdapJNI, checkBaseDN)(env, nullptr, OPENLDAP, 1, name, port, principal,
-                                             password, base);
-       },
+       CALL(LdapJNI, checkBaseDN, OPENLDAP, 1, name, port, principal, password, base),
        {200, 201, 208}},
-      {"LdapJNI.checkBaseDN, StartTLS",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(LdapJNI, checkBaseDN)(env, nullptr, CONNECTION);
-       },
-       {200, 201, 208}},
+      {"LdapJNI.checkBaseDN, StartTLS", CALL(LdapJNI, checkBaseDN, CONNECTION), {200, 201, 208}},
   };
   for (EntryPoint& entry : all) {
     const bool secure = entry.name.find("StartTLS") != std::string::npos;

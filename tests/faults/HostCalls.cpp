@@ -49,17 +49,11 @@ std::vector<EntryPoint> postfixCalls(World& world) {
   const std::string original = mainCf();
   return {
       {.name = "PostfixJNI.postfixReload",
-       .call = [](JNIEnv* env, jobject,
-                  jobject) { return NATIVE(PostfixJNI, postfixReload)(env, nullptr); },
+       .call = CALL(PostfixJNI, postfixReload),
        .failures = notRun},
-      {"PostfixJNI.isPostfixExist",
-       [](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PostfixJNI, isPostfixExist)(env, nullptr);
-       },
-       notAsked},
+      {"PostfixJNI.isPostfixExist", CALL(PostfixJNI, isPostfixExist), notAsked},
       {.name = "PostfixJNI.postmap",
-       .call = [=](JNIEnv* env, jobject,
-                   jobject) { return NATIVE(PostfixJNI, postmap)(env, nullptr, map); },
+       .call = CALL(PostfixJNI, postmap, map),
        .failures = notRun,
        .prepare =
            [folder] {
@@ -68,40 +62,21 @@ std::vector<EntryPoint> postfixCalls(World& world) {
            },
        .effect = [folder] { return std::to_string(std::filesystem::exists(folder + "/map.db")); },
        .mayDoNothing = true},
-      {"PostfixJNI.isKeyConfigured",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PostfixJNI, isKeyConfigured)(env, nullptr, key);
-       },
-       notAsked},
-      {"PostfixJNI.getPostconf",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(PostfixJNI, getPostconf)(env, nullptr, key, list);
-       },
-       notAsked},
+      {"PostfixJNI.isKeyConfigured", CALL(PostfixJNI, isKeyConfigured, key), notAsked},
+      {"PostfixJNI.getPostconf", CALL(PostfixJNI, getPostconf, key, list), notAsked},
       {.name = "PostfixJNI.setPostconf",
-       .call = [=](JNIEnv* env, jobject,
-                   jobject) { return NATIVE(PostfixJNI, setPostconf)(env, nullptr, key, value); },
+       .call = CALL(PostfixJNI, setPostconf, key, value),
        .failures = notRun,
        .prepare = [original] { World::write("/etc/postfix/main.cf", original); },
        .effect = mainCf,
        .mayDoNothing = true},
-      {"PostfixJNI.exportPEMFile",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PostfixJNI, exportPEMFile)(env, nullptr, key, key, key, key, key);
-       }},
-      {"PostfixJNI.getPEMFile",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PostfixJNI, getPEMFile)(env, nullptr, key, key, key);
-       }},
+      {"PostfixJNI.exportPEMFile", CALL(PostfixJNI, exportPEMFile, key, key, key, key, key)},
+      {"PostfixJNI.getPEMFile", CALL(PostfixJNI, getPEMFile, key, key, key)},
       {"PostfixJNI.checkPEMFormat",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PostfixJNI, checkPEMFormat)(env, nullptr, certificate, JNI_FALSE);
-       },
+       CALL(PostfixJNI, checkPEMFormat, certificate, JNI_FALSE),
        {105}},
       {"PostfixJNI.composeClientRestrictionFile",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PostfixJNI, composeClientRestrictionFile)(env, nullptr, rules, table);
-       },
+       CALL(PostfixJNI, composeClientRestrictionFile, rules, table),
        {104},
        {0},
        [folder] { World::write(folder + "/table", "old table\n"); },
@@ -125,58 +100,23 @@ std::vector<EntryPoint> otherCalls(World& world) {
                 address = vm.text("2001:0DB8:0:0:A:0:0:1"), net = vm.text("2001:DB8::1/32"),
                 keys = vm.text(keytab);
   return {
-      {"BackupJNI.doExport",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(BackupJNI, doExport)(env, nullptr, saved);
-       },
-       noScript},
-      {"BackupJNI.doImport",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(BackupJNI, doImport)(env, nullptr, saved, policy);
-       },
-       noScript},
-      {"DbMaintainJNI.SaveSched",
-       [](JNIEnv* env, jobject, jobject) {
-         return NATIVE(DbMaintainJNI, SaveSched)(env, nullptr);
-       }},
-      {"SystemJNI.processRunning",
-       [](JNIEnv* env, jobject, jobject) {
-         return NATIVE(SystemJNI, processRunning)(env, nullptr, 1);
-       }},
-      {"SystemJNI.getPID",
-       [](JNIEnv* env, jobject, jobject) { return NATIVE(SystemJNI, getPID)(env, nullptr); },
-       {},
-       {getpid()}},
+      {"BackupJNI.doExport", CALL(BackupJNI, doExport, saved), noScript},
+      {"BackupJNI.doImport", CALL(BackupJNI, doImport, saved, policy), noScript},
+      {"DbMaintainJNI.SaveSched", CALL(DbMaintainJNI, SaveSched)},
+      {"SystemJNI.processRunning", CALL(SystemJNI, processRunning, 1)},
+      {"SystemJNI.getPID", CALL(SystemJNI, getPID), {}, {getpid()}},
       {"PolicyJNI.notifyUpdatePolicyNow",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PolicyJNI, notifyUpdatePolicyNow)(env, nullptr, all, all, all);
-       },
+       CALL(PolicyJNI, notifyUpdatePolicyNow, all, all, all),
        {-1}},
-      {"PolicyJNI.validateKeyword",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(PolicyJNI, validateKeyword)(env, nullptr, words);
-       },
-       {516}},
-      {"IPv6JNI.formatIPv6Addr",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(IPv6JNI, formatIPv6Addr)(env, nullptr, address);
-       },
-       {noText}},
-      {"IPv6JNI.formatIPv6WithMask",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(IPv6JNI, formatIPv6WithMask)(env, nullptr, net);
-       },
-       {noText}},
+      {"PolicyJNI.validateKeyword", CALL(PolicyJNI, validateKeyword, words), {516}},
+      {"IPv6JNI.formatIPv6Addr", CALL(IPv6JNI, formatIPv6Addr, address), {noText}},
+      {"IPv6JNI.formatIPv6WithMask", CALL(IPv6JNI, formatIPv6WithMask, net), {noText}},
       {.name = "KerberosJNI.getSpnFromKeytab",
-       .call =
-           [=](JNIEnv* env, jobject list, jobject) {
-             return NATIVE(KerberosJNI, getSpnFromKeytab)(env, nullptr, keys, list);
-           },
+       .call = CALL(KerberosJNI, getSpnFromKeytab, keys, list),
        .failures = {501},
        .lesser = {"[][]null"}},
       {.name = "LdapJNI.notifyLdapCacheSyncFail",
-       .call = [](JNIEnv* env, jobject,
-                  jobject) { return NATIVE(LdapJNI, notifyLdapCacheSyncFail)(env, nullptr); },
+       .call = CALL(LdapJNI, notifyLdapCacheSyncFail),
        .failures = {-1},
        .prepare =
            [queue] {

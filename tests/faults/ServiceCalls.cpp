@@ -66,13 +66,10 @@ std::vector<EntryPoint> signOnCalls(World& world) {
   const std::string answered = World::home() + "/data/signon";
   return {
       {"CorsaJNI.isSessionFromCORSA",
-       [=](JNIEnv* env, jobject, jobject) {
-         return NATIVE(CorsaJNI, isSessionFromCORSA)(env, nullptr, session);
-       },
+       CALL(CorsaJNI, isSessionFromCORSA, session),
        {513, -7, -6, -5, -4, -3}},
       {.name = "CorsaJNI.CreateReponse",
-       .call = [=](JNIEnv* env, jobject,
-                   jobject) { return NATIVE(CorsaJNI, CreateReponse)(env, nullptr, session); },
+       .call = CALL(CorsaJNI, CreateReponse, session),
        .failures = {noText},
        .prepare = [answered] { fs::remove_all(answered); },
        .constant =
@@ -101,12 +98,10 @@ std::vector<EntryPoint> reputationCalls(World& world) {
                 host = world.vm.text("127.0.0.1"), none = world.vm.text("");
   std::vector<EntryPoint> all;
   for (const bool through : {false, true}) {
-    all.push_back({through ? "QUORJNI.quorChkServerStatus, proxy" : "QUORJNI.quorChkServerStatus",
-                   [=](JNIEnv* env, jobject, jobject) {
-                     return NATIVE(QUORJNI, quorChkServerStatus)(env, nullptr, address, through,
-                                                                 host, proxyPort, none, none);
-                   },
-                   {2, 3, 4, 5, 6, 7, 8}});
+    all.push_back(
+        {through ? "QUORJNI.quorChkServerStatus, proxy" : "QUORJNI.quorChkServerStatus",
+         CALL(QUORJNI, quorChkServerStatus, address, through, host, proxyPort, none, none),
+         {2, 3, 4, 5, 6, 7, 8}});
     all.back().withoutMemory = {5, 8};  // TLS without memory is no TLS
   }
   return all;
@@ -144,8 +139,7 @@ const char* const messages =
     "INSERT INTO message VALUES (1, 2, 'u@example.com', 's@example.com', 'hello', 1, 5);"
     "INSERT INTO body VALUES (1, 'hello');";
 
-#define EUQ(method) \
-  [](JNIEnv* env, jobject, jobject) { return NATIVE(EuqJNI, method)(env, nullptr); }
+#define EUQ(method) CALL(EuqJNI, method)
 
 std::vector<EntryPoint> quarantineCalls(World& world) {
   if (NATIVE(EuqJNI, init_1euq_1lib)(world.vm.env, nullptr) != 1)
@@ -188,24 +182,10 @@ std::vector<EntryPoint> quarantineCalls(World& world) {
       {"EuqJNI.enableDlMaintain", EUQ(enableDlMaintain), refused, {0}, with(""), stored},
       {"EuqJNI.disableDlMaintain", EUQ(disableDlMaintain), refused, {0}, on, stored},
       {"EuqJNI.isDlMaintainEnable", EUQ(isDlMaintainEnable), {0}, {1}, on},
-      {"EuqJNI.registEuq",
-       [name](JNIEnv* env, jobject, jobject) {
-         return NATIVE(EuqJNI, registEuq)(env, nullptr, name);
-       },
-       refused,
-       {0},
-       with(twoAreas),
-       stored},
-      {"EuqJNI.unregistEuq",
-       [](JNIEnv* env, jobject, jobject) { return NATIVE(EuqJNI, unregistEuq)(env, nullptr, 2); },
-       refused,
-       {0},
-       with(twoAreas),
-       stored},
+      {"EuqJNI.registEuq", CALL(EuqJNI, registEuq, name), refused, {0}, with(twoAreas), stored},
+      {"EuqJNI.unregistEuq", CALL(EuqJNI, unregistEuq, 2), refused, {0}, with(twoAreas), stored},
       {"EuqJNI.transferEuqData",
-       [](JNIEnv* env, jobject, jobject) {
-         return NATIVE(EuqJNI, transferEuqData)(env, nullptr, 1);
-       },
+       CALL(EuqJNI, transferEuqData, 1),
        refused,
        {0},
        with(messages),

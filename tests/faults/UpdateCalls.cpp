@@ -91,15 +91,13 @@ std::vector<EntryPoint> updateCalls(World& world) {
   };
   return {
       {.name = "UpdateJNI.getEncryptStr",
-       .call = [=](JNIEnv* env, jobject list,
-                   jobject) { return NATIVE(UpdateJNI, getEncryptStr)(env, nullptr, plain, list); },
+       .call = CALL(UpdateJNI, getEncryptStr, plain, list),
        .failures = {500},
        .effect = [keyFile] { return World::read(keyFile); },
        .lesser = {"[][]null"},
        .constant = decrypted},
       {.name = "UpdateJNI.getEncryptStr, first",
-       .call = [=](JNIEnv* env, jobject list,
-                   jobject) { return NATIVE(UpdateJNI, getEncryptStr)(env, nullptr, plain, list); },
+       .call = CALL(UpdateJNI, getEncryptStr, plain, list),
        .failures = {500},
        .prepare = [keyFile] { fs::remove(keyFile); },
        .effect = [keyFile] { return std::to_string(World::read(keyFile).size()); },
@@ -107,10 +105,7 @@ std::vector<EntryPoint> updateCalls(World& world) {
        .mayDoNothing = true,
        .constant = decrypted},
       {.name = "UpdateJNI.getDecryptStr",
-       .call =
-           [=](JNIEnv* env, jobject list, jobject) {
-             return NATIVE(UpdateJNI, getDecryptStr)(env, nullptr, secret, list);
-           },
+       .call = CALL(UpdateJNI, getDecryptStr, secret, list),
        .failures = {500},
        .prepare =
            [=] {
@@ -118,12 +113,9 @@ std::vector<EntryPoint> updateCalls(World& world) {
              fs::permissions(keyFile, fs::perms(0600));
            },
        .lesser = {"[][]null"}},
-      {"UpdateJNI.isRunning, not running",
-       [](JNIEnv* env, jobject, jobject) { return NATIVE(UpdateJNI, isRunning)(env, nullptr); },
-       {},
-       {601}},
+      {"UpdateJNI.isRunning, not running", CALL(UpdateJNI, isRunning), {}, {601}},
       {"UpdateJNI.isRunning",
-       [](JNIEnv* env, jobject, jobject) { return NATIVE(UpdateJNI, isRunning)(env, nullptr); },
+       CALL(UpdateJNI, isRunning),
        {601},
        {0},
        [running, data] {
@@ -135,16 +127,11 @@ std::vector<EntryPoint> updateCalls(World& world) {
          return std::string();
        }},
       {.name = "UpdateJNI.getAvailVersion",
-       .call =
-           [](JNIEnv* env, jobject first, jobject second) {
-             return NATIVE(UpdateJNI, getAvailVersion)(env, nullptr, first, second);
-           },
+       .call = CALL(UpdateJNI, getAvailVersion, list, other),
        .failures = {500},
        .lesser = {"[][]null"}},  // a source that cannot be read has no versions
       {"UpdateJNI.getCurrentVersion",
-       [](JNIEnv* env, jobject first, jobject second) {
-         return NATIVE(UpdateJNI, getCurrentVersion)(env, nullptr, first, second);
-       },
+       CALL(UpdateJNI, getCurrentVersion, list, other),
        {500},
        {0},
        restoreSecond,
@@ -155,17 +142,13 @@ std::vector<EntryPoint> updateCalls(World& world) {
         "exploit-pattern, virus-engine, spam-engine, file-type-rules, content-dictionary, "
         "reputation-rules]null"}},
       {"UpdateJNI.manualUpdate",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(UpdateJNI, manualUpdate)(env, nullptr, 1, spam, list);
-       },
+       CALL(UpdateJNI, manualUpdate, 1, spam, list),
        {500},
        {0},
        restoreFirst,
        inUse},
       {"UpdateJNI.rollback",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(UpdateJNI, rollback)(env, nullptr, 1, spam, list);
-       },
+       CALL(UpdateJNI, rollback, 1, spam, list),
        {500},
        {0},
        restoreSecond,

@@ -141,24 +141,11 @@ std::vector<EntryPoint> others(World& world, const std::function<void()>& restor
       CHANGER(setIFV6Addr, device, address6, prefix),
       CHANGER(setTimeZone, asia, japan, tokyo),
       CHANGER(restartServices, 1),
-      {"WzrdJNI.getCountryList",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(WzrdJNI, getCountryList)(env, nullptr, asia, list);
-       },
-       notAsked},
-      {"WzrdJNI.getCityList",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(WzrdJNI, getCityList)(env, nullptr, asia, japan, list);
-       },
-       notAsked},
-      {"WzrdJNI.getParentVersion",
-       [=](JNIEnv* env, jobject list, jobject) {
-         return NATIVE(WzrdJNI, getParentVersion)(env, nullptr, parent, list);
-       },
-       notAsked,
-       {}},
+      {"WzrdJNI.getCountryList", CALL(WzrdJNI, getCountryList, asia, list), notAsked},
+      {"WzrdJNI.getCityList", CALL(WzrdJNI, getCityList, asia, japan, list), notAsked},
+      {"WzrdJNI.getParentVersion", CALL(WzrdJNI, getParentVersion, parent, list), notAsked, {}},
       {"WzrdJNI.isIPv6Enable",
-       [=](JNIEnv* env, jobject, jobject) { return NATIVE(WzrdJNI, isIPv6Enable)(env, nullptr); },
+       CALL(WzrdJNI, isIPv6Enable),
        {101},  // which comes out as true
        {1}},
       CHANGER(setDateTime, time),

@@ -13,6 +13,12 @@
 #include "support/TempDir.h"
 
 #define NATIVE(peer, method) Java_com_brelvik_vesk_ui_modelobjects_jni_##peer##_##method
+// An entry point's call; the words behind its name are its arguments, with `list` and `other` for
+// the two lists.
+#define CALL(peer, method, ...)                                                     \
+  [=](JNIEnv* env, [[maybe_unused]] jobject list, [[maybe_unused]] jobject other) { \
+    return NATIVE(peer, method)(env, nullptr __VA_OPT__(, ) __VA_ARGS__);           \
+  }
 
 struct World {
   World();
