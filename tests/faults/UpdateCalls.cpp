@@ -52,6 +52,52 @@ States makeStates(World& world) {
   return states;
 }
 
+std::vector<EntryPoint> cipherCalls(World& world) {
+  Vm& vm = world.vm;
+  const jstring plain = vm.text("secret of the console");
+  jobject texts = vm.list();
+  NATIVE(UpdateJNI, getEncryptStr)(vm.env, nullptr, plain, texts);
+  const std::string listed = vm.show(texts);
+  const jstring secret = vm.text(listed.substr(1, listed.size() - 2));
+  const std::string keyFile = World::home() + "/config/cipher.key";
+  const std::string key = World::read(keyFile);
+  // The same text looks different each time.
+  const auto decrypted = [&vm](const std::string& text) {
+    const std::size_t end = text.find(']');
+    if (end <= 1) return text;
+    jobject list = vm.list();
+    jstring part = vm.text(text.substr(1, end - 1));
+    NATIVE(UpdateJNI, getDecryptStr)(vm.env, nullptr, part, list);
+    const std::string shown = vm.show(list);
+    vm.env->DeleteGlobalRef(list);
+    vm.env->DeleteGlobalRef(part);
+    return shown + text.substr(end + 1);
+  };
+  return {{.name = "UpdateJNI.getEncryptStr",
+           .call = CALL(UpdateJNI, getEncryptStr, plain, list),
+           .failures = {500},
+           .effect = [keyFile] { return World::read(keyFile); },
+           .lesser = {"[][]null"},
+           .constant = decrypted},
+          {.name = "UpdateJNI.getEncryptStr, first",
+           .call = CALL(UpdateJNI, getEncryptStr, plain, list),
+           .failures = {500},
+           .prepare = [keyFile] { fs::remove(keyFile); },
+           .effect = [keyFile] { return std::to_string(World::read(keyFile).size()); },
+           .lesser = {"[][]null"},
+           .mayDoNothing = true,
+           .constant = decrypted},
+          {.name = "UpdateJNI.getDecryptStr",
+           .call = CALL(UpdateJNI, getDecryptStr, secret, list),
+           .failures = {500},
+           .prepare =
+               [=] {
+                 World::write(keyFile, key);
+                 fs::permissions(keyFile, fs::perms(0600));
+               },
+           .lesser = {"[][]null"}}};
+}
+
 }  // namespace
 
 std::vector<EntryPoint> updateCalls(World& world) {
@@ -69,50 +115,10 @@ std::vector<EntryPoint> updateCalls(World& world) {
   const States states = makeStates(world);
   const auto restoreFirst = [=] { copyTree(states.first, data); };
   const auto restoreSecond = [=] { copyTree(states.second, data); };
-  const jstring spam = vm.text("0010000000"), plain = vm.text("secret of the console");
-  jobject texts = vm.list();
-  NATIVE(UpdateJNI, getEncryptStr)(vm.env, nullptr, plain, texts);
-  const std::string listed = vm.show(texts);
-  const jstring secret = vm.text(listed.substr(1, listed.size() - 2));
-  const std::string keyFile = World::home() + "/config/cipher.key";
-  const std::string key = World::read(keyFile);
+  const jstring spam = vm.text("0010000000");
   const auto running = std::make_shared<FileLock>();
-  // The same text looks different each time.
-  const auto decrypted = [&vm](const std::string& text) {
-    const std::size_t end = text.find(']');
-    if (end <= 1) return text;
-    jobject list = vm.list();
-    jstring part = vm.text(text.substr(1, end - 1));
-    NATIVE(UpdateJNI, getDecryptStr)(vm.env, nullptr, part, list);
-    const std::string shown = vm.show(list);
-    vm.env->DeleteGlobalRef(list);
-    vm.env->DeleteGlobalRef(part);
-    return shown + text.substr(end + 1);
-  };
-  return {
-      {.name = "UpdateJNI.getEncryptStr",
-       .call = CALL(UpdateJNI, getEncryptStr, plain, list),
-       .failures = {500},
-       .effect = [keyFile] { return World::read(keyFile); },
-       .lesser = {"[][]null"},
-       .constant = decrypted},
-      {.name = "UpdateJNI.getEncryptStr, first",
-       .call = CALL(UpdateJNI, getEncryptStr, plain, list),
-       .failures = {500},
-       .prepare = [keyFile] { fs::remove(keyFile); },
-       .effect = [keyFile] { return std::to_string(World::read(keyFile).size()); },
-       .lesser = {"[][]null"},
-       .mayDoNothing = true,
-       .constant = decrypted},
-      {.name = "UpdateJNI.getDecryptStr",
-       .call = CALL(UpdateJNI, getDecryptStr, secret, list),
-       .failures = {500},
-       .prepare =
-           [=] {
-             World::write(keyFile, key);
-             fs::permissions(keyFile, fs::perms(0600));
-           },
-       .lesser = {"[][]null"}},
+  std::vector<EntryPoint> all = cipherCalls(world);
+  std::vector<EntryPoint> versions = {
       {"UpdateJNI.isRunning, not running", CALL(UpdateJNI, isRunning), {}, {601}},
       {"UpdateJNI.isRunning",
        CALL(UpdateJNI, isRunning),
@@ -154,4 +160,6 @@ std::vector<EntryPoint> updateCalls(World& world) {
        restoreSecond,
        inUse},
   };
+  for (EntryPoint& entry : versions) all.push_back(std::move(entry));
+  return all;
 }
