@@ -52,6 +52,8 @@ jint convertText(JNIEnv* env, jstring text, jobject list, const Convert& convert
   return result::success;
 }
 
+constexpr std::size_t longestName = 63;
+
 // What the two version queries share: the names go to the second list. The lists' own results are
 // ignored, but a list that threw ends the filling.
 template <typename Query>
@@ -62,6 +64,7 @@ jint listVersions(JNIEnv* env, jobject listA, jobject listB, const Query& query)
   std::vector<std::string> seconds, firsts;
   for (const BvUpdateType type : components) {
     std::string first, second;
+    first.reserve(longestName);  // a name that found no memory would be an empty element
     if (!query(update, type, first, second)) continue;
     seconds.push_back(second);
     firsts.push_back(first);
