@@ -133,7 +133,8 @@ TEST_P(Frozen, ServerIsWaitedForNoLongerThanItsLimit) {
   if (worker == 0) work(GetParam().family, *progress, true);
   EXPECT_TRUE(watch(worker, *progress));
   const Tally& tally = progress->tally[static_cast<int>(faults::Kind::receive)];
-  EXPECT_LT(0, tally.points);
+  // A name chosen by hand may need no server.
+  if (std::getenv("VESK_FAULTS_ONLY") == nullptr) EXPECT_LT(0, tally.points);
   EXPECT_EQ(0, tally.crashes) << "waited too long";
   EXPECT_EQ(0, tally.falseSuccesses);
   EXPECT_EQ(0, tally.losses) << "did not work when the server was back";
