@@ -134,7 +134,7 @@ TEST_P(Frozen, ServerIsWaitedForNoLongerThanItsLimit) {
   EXPECT_TRUE(watch(worker, *progress));
   const Tally& tally = progress->tally[static_cast<int>(faults::Kind::receive)];
   // A name chosen by hand may need no server.
-  if (std::getenv("VESK_FAULTS_ONLY") == nullptr) EXPECT_LT(0, tally.points);
+  EXPECT_TRUE(tally.points > 0 || std::getenv("VESK_FAULTS_ONLY") != nullptr);
   EXPECT_EQ(0, tally.crashes) << "waited too long";
   EXPECT_EQ(0, tally.falseSuccesses);
   EXPECT_EQ(0, tally.losses) << "did not work when the server was back";
