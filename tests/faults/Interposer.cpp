@@ -144,6 +144,10 @@ const std::vector<Forgetful>& forgetful() {
        Kind::open,
        5,
        "forgets names when its cache of replies cannot be opened"},
+      {{"libkrb5.so"},
+       Kind::memory,
+       1,
+       "forgets a part of a key table's entry that finds no memory"},
   };
   return all;
 }
