@@ -11,9 +11,9 @@
 // octet borders that Postfix looks up. A line that is neither is skipped. The input is streamed;
 // the memory used does not depend on it.
 //
-// False, with a line in the log, when a file cannot be opened or both are the same, the input cannot
-// be read, or the output written whole. The output is then as it was, since it is replaced in one
-// step; where its folder takes no second file it is written in place, and left empty.
+// False, with a line in the log, when a file cannot be opened or both are the same, the input
+// cannot be read, or the output written whole. The output is then as it was, since it is replaced
+// in one step; where its folder takes no second file it is written in place, and left empty.
 [[nodiscard]] bool writeRestrictionFile(const char* input, const char* output);
 
 // The table lines of one network rule: none when `prefixLength`, decimal digits, is not 1 to 32.

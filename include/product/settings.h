@@ -10,7 +10,8 @@ class GlobalSetting {
  public:
   // Copies the text of `key` in `section` to `value`; leaves `value` empty when there is none.
   // Names are matched exactly, capitals included. `reserved` is always 0. Returns 0 when the key is
-  // there, -1 when not; throws std::bad_alloc, since no memory is not no setting. The first entry of the table of virtual functions: it stays the first.
+  // there, -1 when not; throws std::bad_alloc, since no memory is not no setting. The first entry
+  // of the table of virtual functions: it stays the first.
   virtual int getValue(const char* key, std::string& value, const char* section, int reserved) = 0;
 
   // False when the file could not be read or has a syntax error (file and line are in the log).

@@ -1,4 +1,5 @@
-// A program of the console's that asks the bridge for its version, and a product library for a name.
+// A program of the console's that asks the bridge for its version, and a product library for a
+// name.
 #include <VeskVer.h>
 #include <product/directory.h>
 
