@@ -12,6 +12,7 @@
 
 #include <cstring>
 
+#include "Free.h"
 #include "shared/Descriptor.h"
 
 namespace VESK::signon {
@@ -24,13 +25,6 @@ constexpr int LARGEST_RSA = 8192;
 constexpr int LARGEST_EXPONENT = 64;
 constexpr int COORDINATE = 32;  // bytes, on P-256
 
-template <auto FREE>
-struct Free {
-  template <typename Type>
-  void operator()(Type* owned) const {
-    FREE(owned);
-  }
-};
 using Bio = std::unique_ptr<BIO, Free<BIO_free>>;
 using Number = std::unique_ptr<BIGNUM, Free<BN_free>>;
 using EcSignature = std::unique_ptr<ECDSA_SIG, Free<ECDSA_SIG_free>>;

@@ -1,7 +1,12 @@
 // Hostile values at every method that runs a shell, with the guard in each of its states.
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <regex>
+#include <set>
+#include <sstream>
 
 #include "Command.h"
 #include "JvmTest.h"
@@ -29,7 +34,7 @@ const Hostile hostile[] = {
     {u"a|id", bare},
     {u"a&id", bare},
     {u"a&&id", bare},
-    {u"a>/tmp/x", bare},
+    {u"a>x", bare},
     {u"a</etc/passwd", bare},
     {u"a\nid", bare},
     {u"a b", bare},
@@ -160,8 +165,41 @@ struct GuardTest : JvmTest {
   }
 };
 
+std::string contentOf(const std::filesystem::path& path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+// Of every module that runs commands, the methods that are given a text, as "Class.method".
+std::set<std::string> methodsWithTexts() {
+  std::set<std::string> names;
+  for (const auto& module : std::filesystem::directory_iterator(VESK_SOURCE_DIR "/src")) {
+    if (contentOf(module.path()).find("#include \"Command.h\"") == std::string::npos) continue;
+    const std::string peer = module.path().stem();
+    const std::string header = contentOf(std::string(VESK_PEER_HEADERS) +
+                                         "/com_brelvik_vesk_ui_modelobjects_jni_" + peer + ".h");
+    const std::regex declaration("jni_" + peer + "_(\\w+)\\s*\\(([^)]*)\\)");
+    for (std::sregex_iterator found(header.begin(), header.end(), declaration), end; found != end;
+         ++found) {
+      if ((*found)[2].str().find("jstring") != std::string::npos) {
+        names.insert(peer + "." + (*found)[1].str());
+      }
+    }
+  }
+  return names;
+}
+
+TEST_F(GuardTest, TheTableHasAllButThoseThatRunNothing) {
+  std::set<std::string> known{"WzrdJNI.checkIPAddr",      "WzrdJNI.checkGateway",
+                              "WzrdJNI.checkDNS",         "PostfixJNI.exportPEMFile",
+                              "PostfixJNI.getPEMFile",    "PostfixJNI.composeClientRestrictionFile",
+                              "PolicyJNI.validateKeyword"};
+  for (const Method& method : methods) known.insert(method.name);
+  EXPECT_EQ(methodsWithTexts(), known);
+}
+
 TEST_F(GuardTest, EveryMethodThatRunsAShell) {
-  ASSERT_EQ(30U, std::size(methods));
   for (const Method& method : methods) {
     for (std::size_t place = 0; place < method.values; ++place) {
       for (const Hostile& one : hostile) {

@@ -5,18 +5,13 @@
 #include <openssl/rsa.h>
 
 #include "Fuzz.h"
+#include "signon/Free.h"
 
 namespace fuzz {
 
 namespace {
 
-template <auto FREE>
-struct Free {
-  template <typename Type>
-  void operator()(Type* owned) const {
-    FREE(owned);
-  }
-};
+using VESK::signon::Free;
 using Bio = std::unique_ptr<BIO, Free<BIO_free>>;
 using Digest = std::unique_ptr<EVP_MD_CTX, Free<EVP_MD_CTX_free>>;
 using EcSignature = std::unique_ptr<ECDSA_SIG, Free<ECDSA_SIG_free>>;
