@@ -38,6 +38,12 @@ class Splitter {
     return true;
   }
 
+  static bool leavesCommentOpen(std::string_view entry) {
+    Splitter inside(entry);
+    for (std::size_t i = 0; i < entry.size();) i = inside.behind(i);
+    return !inside.commentsClose;
+  }
+
  private:
   std::size_t behind(std::size_t from) {
     std::size_t end = 0;
@@ -183,6 +189,8 @@ class Collector {
     if (entry.size() > LONGEST_ENTRY) return TOO_LONG;
     if (!isPlain(entry)) return "control characters or bytes that are not UTF-8";
     if (entry.find('@') == std::string_view::npos) return FORM;
+    // The parser would never release an address in square brackets in front of it.
+    if (Splitter::leavesCommentOpen(entry)) return "a comment is not closed";
     // Without options it is lenient with brackets that are not closed; its strict form leaks.
     const Object<InternetAddressList> list(
         internet_address_list_parse(nullptr, std::string(entry).c_str()));
