@@ -2,8 +2,6 @@
 #ifndef VESK_RESTRICTION_FILE_H
 #define VESK_RESTRICTION_FILE_H
 
-#include <cstdio>
-
 // Reads rules, one a line of at most 1,023 characters (a longer one counts as several):
 //   10.1.0.0/16 REJECT      a network; one blank or tab behind the length, more are skipped
 //   192.168.1.5 OK          a host
@@ -15,10 +13,5 @@
 // cannot be read, or the output written whole. The output is then as it was, since it is replaced
 // in one step; where its folder takes no second file it is written in place, and left empty.
 [[nodiscard]] bool writeRestrictionFile(const char* input, const char* output);
-
-// The table lines of one network rule: none when `prefixLength`, decimal digits, is not 1 to 32.
-// `action` has less than 1,024 characters.
-void EnumerateAlternateIPAddresses(const char* address, const char* prefixLength, std::FILE* out,
-                                   const char* action);
 
 #endif

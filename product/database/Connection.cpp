@@ -2,12 +2,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <exception>
 
 #include "Link.h"
 #include "PasswordFile.h"
 #include "Setting.h"
 #include "Statement.h"
+#include "shared/Boundary.h"
 
 namespace VESK {
 
@@ -67,9 +67,8 @@ int BvDBConnection::connect(const char* driver, const char* server, const char* 
     }
   }
   return link == nullptr ? -1 : 0;
-} catch (const std::exception& exception) {
-  return fail("connect", textOf(database), Stopwatch(), {"", exception.what()});
 }
+VESK_AT_BOUNDARY("database", -1)
 
 int BvDBConnection::prepareStatement(const char* sql, BvDBStatement** statement) try {
   *statement = nullptr;
@@ -80,9 +79,8 @@ int BvDBConnection::prepareStatement(const char* sql, BvDBStatement** statement)
   if (handle->prepare(sql) != 0) return -1;
   *statement = new BvDBStatement(std::move(handle));
   return 0;
-} catch (const std::exception& exception) {
-  return fail("prepare", "the database", Stopwatch(), {"", exception.what()});
 }
+VESK_AT_BOUNDARY("database", -1)
 
 void BvDBConnection::releaseStatement(BvDBStatement* statement) { delete statement; }
 

@@ -3,7 +3,8 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <exception>
+
+#include "shared/Boundary.h"
 
 namespace VESK {
 
@@ -127,9 +128,8 @@ int BvDBStatement::excuteQuery(BvDBResultset** result) try {
   rows.reset(new BvDBResultset(std::make_unique<BvDBResultset::Row>(*handle)));
   *result = rows.get();
   return 0;
-} catch (const std::exception& exception) {
-  return database::fail("query", handle->link->peer(), Stopwatch(), {"", exception.what()});
 }
+VESK_AT_BOUNDARY("database", -1)
 
 BvDBResultset::BvDBResultset(std::unique_ptr<Row> row) : current(std::move(row)) {}
 
@@ -145,10 +145,8 @@ int BvDBResultset::next() try {
   if (!SQL_SUCCEEDED(code)) return current->handle.fail("read a row", watch);
   current->isThere = true;
   return 0;
-} catch (const std::exception& exception) {
-  return database::fail("read a row", current->handle.link->peer(), Stopwatch(),
-                        {"", exception.what()});
 }
+VESK_AT_BOUNDARY("database", -1)
 
 int BvDBResultset::getString(const char* column, const char** value) try {
   *value = nullptr;
@@ -164,9 +162,7 @@ int BvDBResultset::getString(const char* column, const char** value) try {
   if (!cell.isRead && !current->read(index)) return -1;
   if (cell.text) *value = cell.text->c_str();
   return cell.text ? 0 : 1;
-} catch (const std::exception& exception) {
-  return database::fail("read a column", current->handle.link->peer(), Stopwatch(),
-                        {"", exception.what()});
 }
+VESK_AT_BOUNDARY("database", -1)
 
 }  // namespace VESK

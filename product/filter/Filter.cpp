@@ -1,10 +1,9 @@
 #include "product/filter.h"
 
-#include <new>
-
 #include "Expression.h"
 #include "Pattern.h"
 #include "product/log.h"
+#include "shared/Boundary.h"
 
 using namespace VESK::filter;
 
@@ -75,13 +74,10 @@ bool scanContentFilter::init(const char* definition) {
   return ContentFilter::init(convertToRegEx(definition).c_str());
 }
 
-std::string scanContentFilter::convertToRegEx(const char* expression) {
-  try {
-    return convert(expression);
-  } catch (const std::bad_alloc&) {
-    return refuse(1, "out of memory", "try again");
-  }
+std::string scanContentFilter::convertToRegEx(const char* expression) try {
+  return convert(expression);
 }
+VESK_AT_BOUNDARY("keyword", std::string())
 
 const char* scanContentFilter::filterName() const { return "scanContent"; }
 

@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <ctime>
-#include <exception>
 
 #include "Answered.h"
 #include "Base64Url.h"
@@ -13,6 +12,7 @@
 #include "Session.h"
 #include "product/log.h"
 #include "product/signon.h"
+#include "shared/Boundary.h"
 
 using namespace VESK::signon;
 
@@ -131,9 +131,8 @@ int En_SSO_PKI_IsSessionExpired(const char* guid, const char* session, const cha
     verdict = check(takeApart(session), guid, publicKeyFile, lifetime);
   }
   return report("session", verdict, guid, publicKeyFile);
-} catch (const std::exception& exception) {
-  return report("session", {SSO_PKI_WRONG_SESSION, exception.what()}, guid, publicKeyFile);
 }
+VESK_AT_BOUNDARY("signon", SSO_PKI_WRONG_SESSION)
 
 int En_SSO_PKI_CreateSessionResponse(const char* guid, const char* session,
                                      const char* publicKeyFile, char* response) try {
@@ -142,6 +141,5 @@ int En_SSO_PKI_CreateSessionResponse(const char* guid, const char* session,
   }
   response[0] = '\0';
   return report("answer", answer(guid, session, publicKeyFile, response), guid, publicKeyFile);
-} catch (const std::exception& exception) {
-  return report("answer", {SSO_PKI_WRONG_SESSION, exception.what()}, guid, publicKeyFile);
 }
+VESK_AT_BOUNDARY("signon", SSO_PKI_WRONG_SESSION)

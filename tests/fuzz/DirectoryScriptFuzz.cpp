@@ -3,13 +3,29 @@
 #include <algorithm>
 
 #include "Fuzz.h"
-#include "directory/Filter.h"
 #include "directory/Script.h"
 #include "product/directory.h"
 
 namespace {
 
 using namespace VESK::directory;
+
+// What may stand in a filter in front of the equals sign and change nothing but the attribute.
+bool isAttributeName(const std::string& text) {
+  constexpr const char* allowed =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-.;_";
+  return !text.empty() && text.find_first_not_of(allowed) == std::string::npos;
+}
+
+// One filter, closed where it ends, so that a wrapped one stays within its parentheses.
+bool isFilter(const std::string& text) {
+  long depth = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    depth += text[i] == '(' ? 1 : text[i] == ')' ? -1 : 0;
+    if (depth < 1 && i + 1 < text.size()) return false;
+  }
+  return text.starts_with('(') && text.ends_with(')') && depth == 0;
+}
 
 void expectNames(const std::vector<std::string>& names) {
   FUZZ_EXPECT(std::all_of(names.begin(), names.end(), isAttributeName));

@@ -28,6 +28,14 @@ void writeAll(int file, std::string_view content) {
   }
 }
 
+std::string contentOf(int file) {
+  struct stat status {};
+  FUZZ_EXPECT(::fstat(file, &status) == 0);
+  std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
+  FUZZ_EXPECT(::pread(file, bytes.data(), bytes.size(), 0) == status.st_size);
+  return bytes;
+}
+
 struct Folder {
   Folder() {
     const bool memory = ::access("/dev/shm", W_OK) == 0;
@@ -83,13 +91,7 @@ MemoryFile::MemoryFile(std::string_view content)
   writeAll(file.get(), content);
 }
 
-std::string MemoryFile::content() const {
-  struct stat status {};
-  FUZZ_EXPECT(::fstat(file.get(), &status) == 0);
-  std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
-  FUZZ_EXPECT(::pread(file.get(), bytes.data(), bytes.size(), 0) == status.st_size);
-  return bytes;
-}
+std::string MemoryFile::content() const { return contentOf(file.get()); }
 
 const std::string& scratchFolder() {
   static const Folder folder;
@@ -100,6 +102,11 @@ void writeFile(const std::string& path, std::string_view content) {
   const VESK::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
   FUZZ_EXPECT(file.get() >= 0);
   writeAll(file.get(), content);
+}
+
+std::string readFile(const std::string& path) {
+  const VESK::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  return contentOf(file.get());
 }
 
 GuardedBuffer::GuardedBuffer(std::size_t size) : length(size), bytes(size + 2 * margin, guard) {}

@@ -52,6 +52,7 @@ class MemoryFile {
 // A folder, in memory where there is one for files, that goes with the process.
 const std::string& scratchFolder();
 void writeFile(const std::string& path, std::string_view content);
+std::string readFile(const std::string& path);
 
 // A buffer with known bytes around it. The destructor looks whether they are still there.
 class GuardedBuffer {
