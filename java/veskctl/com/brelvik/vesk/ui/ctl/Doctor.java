@@ -23,6 +23,7 @@ import picocli.CommandLine.Option;
                 + "Paste the output into a bug report."})
 final class Doctor implements Callable<Integer> {
     private static final int CHILD_SECONDS = 60;
+    private static final int FEWEST_DESCRIPTORS = 1024;
 
     @Option(names = "--json", description = "Answer as one line of JSON")
     private boolean json;
@@ -92,9 +93,18 @@ final class Doctor implements Callable<Integer> {
         findings.add(new Finding(subject, detail, cure, status));
     }
 
+    // The soft limit is the one that counts: it stands first.
     private void limits() {
-        linesOf(Path.of("/proc/self/limits")).filter(line -> line.startsWith("Max open files"))
-                .forEach(line -> good("limits", line.strip().replaceAll(" +", " ")));
+        linesOf(Path.of("/proc/self/limits")).filter(line -> line.startsWith("Max open files")).forEach(line -> {
+            String shown = line.strip().replaceAll(" +", " ");
+            String soft = shown.split(" ")[3];
+            if (soft.equals("unlimited") || Long.parseLong(soft) >= FEWEST_DESCRIPTORS) {
+                good("limits", shown);
+            } else {
+                bad(Status.DONE, "limits", shown, "raise ulimit -n to " + FEWEST_DESCRIPTORS
+                        + " at least: notifications to a large fleet of agents go out in smaller groups");
+            }
+        });
     }
 
     private boolean library() {
@@ -137,6 +147,7 @@ final class Doctor implements Callable<Integer> {
         try {
             log(RawProcess.path(root.log()).toAbsolutePath());
             queue(root);
+            data(root.path().resolve("data"));
         } catch (Refusal e) {
             bad(e.status(), "folders", e.getMessage(), e.next());
         }
@@ -202,6 +213,17 @@ final class Doctor implements Callable<Integer> {
         } else {
             bad(Status.REFUSED, "queue", folder + " is no folder that this account may write to",
                     "make it, or set queue_notify in section general");
+        }
+    }
+
+    // Updates, sign-on and the quarantine keep theirs in it; the first of them makes it.
+    private void data(Path folder) {
+        Path made = Files.exists(folder) ? folder : folder.getParent();
+        if (Files.isDirectory(made) && Files.isWritable(made)) {
+            good("data", folder.toString());
+        } else {
+            bad(Status.REFUSED, "data", folder + " is no folder that this account may write to",
+                    "make it one: updates, sign-on and the quarantine keep theirs there");
         }
     }
 

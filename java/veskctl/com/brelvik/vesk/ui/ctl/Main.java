@@ -13,6 +13,7 @@ import picocli.CommandLine.Model.OptionSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ParseResult;
+import picocli.CommandLine.UnmatchedArgumentException;
 
 /** The console on the command line. */
 @Command(name = "veskctl", header = "The console's native methods on the command line.",
@@ -60,8 +61,14 @@ public final class Main {
     }
 
     private static int misused(ParameterException e, String[] args) {
-        String command = e.getCommandLine().getCommandSpec().qualifiedName();
-        tell(Arrays.asList(args).contains("--json"), command, e.getMessage(), "see " + command + " --help");
+        CommandSpec spec = e.getCommandLine().getCommandSpec();
+        String command = spec.qualifiedName();
+        String happened = e.getMessage();
+        if (e instanceof UnmatchedArgumentException unmatched && !unmatched.isUnknownOption()) {
+            happened = (spec.subcommands().isEmpty() ? "one argument too many: " : "no such command: ")
+                    + unmatched.getUnmatched().get(0);
+        }
+        tell(Arrays.asList(args).contains("--json"), command, happened, "see " + command + " --help");
         return Status.USAGE.number();
     }
 

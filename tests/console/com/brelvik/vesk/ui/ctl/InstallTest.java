@@ -78,7 +78,7 @@ class InstallTest {
     void theDoctorFindsNothingInAWholeInstall() throws Exception {
         Ctl.Run run = ctl.run("doctor");
         assertEquals(0, run.status(), run.out());
-        assertFalse(run.out().contains("FAILED") || run.out().contains("WARNING"), run.out());
+        assertFalse(run.out().contains("FAILED") || run.out().contains("warning"), run.out());
         for (String part : List.of("libveskdirectory.so", "ds389/ldapscript.conf", "initializeJNI answered 0")) {
             assertTrue(run.out().contains(part), run.out());
         }
@@ -89,11 +89,14 @@ class InstallTest {
         Files.delete(root.resolve("ldap/openldap/ldapscript.conf"));
         Files.delete(root.resolve("bin/pemverify"));
         Files.writeString(root.resolve("resource/messages/ja.res"), "");
+        Files.writeString(root.resolve("data"), "");
         Ctl.Run run = ctl.run("doctor", "--json");
         assertEquals(3, run.status());
         assertTrue(run.out().contains("SHA256SUMS is not the sum of ja.res\""), run.out());
         assertTrue(run.out().startsWith("{\"ok\":false,"), run.out());
         assertTrue(run.out().contains(root + "/bin/pemverify is missing or cannot be run"), run.out());
+        assertTrue(run.out().contains(root + "/data is no folder that this account may write to"), run.out());
+        Files.delete(root.resolve("data"));
         assertTrue(run.out().contains("openldap/ldapscript.conf is missing\",\"cure\":\"put "), run.out());
         Path settings = root.resolve("config/vesk.ini");
         Files.writeString(settings, "[log_level]\nui : DETAIL\n no sign here\n");
@@ -102,6 +105,16 @@ class InstallTest {
         assertRefused(settings + " is missing");
         ctl.with("VESK_HOME", null);
         assertRefused("VESK_HOME is not set");
+    }
+
+    @Test
+    void commandsThatAreNoneAreNamed() throws Exception {
+        Ctl.Run run = ctl.run("dokter");
+        assertEquals(2, run.status());
+        assertTrue(run.err().contains("no such command: dokter\n"), run.err());
+        run = ctl.run("kerberos", "spn", "one", "two", "--json");
+        assertEquals(2, run.status());
+        assertTrue(run.out().contains("\"happened\":\"one argument too many: two\""), run.out());
     }
 
     @Test
