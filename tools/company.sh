@@ -15,9 +15,14 @@ in_use() {
 # The servers by name: process, port and command, quoted for a restart.
 declare -A servers=() ports=() commands=()
 stop_servers() {
-  local server
+  local server tries
+  for server in "${servers[@]}"; do kill "$server" 2>/dev/null || true; done
   for server in "${servers[@]}"; do
-    kill "$server" 2>/dev/null || true
+    for ((tries = 0; tries < 100; tries++)); do
+      kill -0 "$server" 2>/dev/null || break
+      sleep 0.1
+    done
+    kill -KILL "$server" 2>/dev/null || true
     wait "$server" 2>/dev/null || true
   done
   rm -rf "$work"

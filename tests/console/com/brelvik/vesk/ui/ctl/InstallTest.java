@@ -78,7 +78,8 @@ class InstallTest {
     void theDoctorFindsNothingInAWholeInstall() throws Exception {
         Ctl.Run run = ctl.run("doctor");
         assertEquals(0, run.status(), run.out());
-        assertFalse(run.out().contains("FAILED") || run.out().contains("warning"), run.out());
+        // The appliance's own tools are on an appliance only.
+        assertFalse(run.lines().stream().anyMatch(line -> line.matches("FAILED.*|warning +(?!tools).*")), run.out());
         for (String part : List.of("libveskdirectory.so", "ds389/ldapscript.conf", "initializeJNI answered 0")) {
             assertTrue(run.out().contains(part), run.out());
         }

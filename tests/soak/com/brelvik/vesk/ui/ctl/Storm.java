@@ -10,7 +10,9 @@ import java.util.SplittableRandom;
 import java.util.TreeMap;
 import java.util.concurrent.ConcurrentLinkedQueue;
 import java.util.concurrent.atomic.AtomicLong;
+import java.util.concurrent.atomic.AtomicReferenceArray;
 import java.util.concurrent.atomic.LongAdder;
+import java.util.stream.IntStream;
 
 /** Many threads that call at once, each call drawn by its share. */
 final class Storm {
@@ -32,7 +34,7 @@ final class Storm {
     private final LongAdder done = new LongAdder();
     private final Kept.Sum kept = new Kept.Sum();
     private final List<Thread> threads = new ArrayList<>();
-    private final Current[] current;
+    private final AtomicReferenceArray<Current> current;
 
     /**
      * @param wanted calls after which it ends
@@ -43,7 +45,7 @@ final class Storm {
         this.steward = steward;
         this.wanted = wanted;
         this.span = span;
-        current = new Current[threads];
+        current = new AtomicReferenceArray<>(threads);
         upTo = new long[calls.size()];
         long sum = 0;
         for (int i = 0; i < upTo.length; i++) {
@@ -54,7 +56,7 @@ final class Storm {
     }
 
     void start(long seed) {
-        for (int i = 0; i < current.length; i++) {
+        for (int i = 0; i < current.length(); i++) {
             int number = i;
             Thread thread = new Thread(() -> work(number, new SplittableRandom(seed + number)), "caller-" + i);
             thread.setDaemon(true); // one that hangs does not keep the VM
@@ -120,7 +122,7 @@ final class Storm {
     private void make(int number, SoakCall call) {
         Object[] arguments = call.arguments();
         long from = System.nanoTime();
-        current[number] = new Current(call, from);
+        current.set(number, new Current(call, from));
         String answer;
         String complaint;
         try {
@@ -132,7 +134,7 @@ final class Storm {
             complaint = "threw " + answer;
         }
         long to = System.nanoTime();
-        current[number] = null;
+        current.set(number, null);
         kept.add(call.kept(answer));
         tallies.get(call.method().name()).add(answer, to - from, third(to));
         if (complaint != null) {
@@ -156,7 +158,8 @@ final class Storm {
 
     private List<String> hanging() {
         long now = System.nanoTime();
-        return Arrays.stream(current).filter(at -> at != null && now - at.from > 2 * at.call.limit())
+        return IntStream.range(0, current.length()).mapToObj(current::get)
+                .filter(at -> at != null && now - at.from > 2 * at.call.limit())
                 .map(at -> at.call.method().name() + " hangs").toList();
     }
 }
