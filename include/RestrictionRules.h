@@ -13,7 +13,7 @@ constexpr std::size_t RULE_LINE_SIZE = 1024;
 void writeRule(char* line, std::FILE* out);
 
 // The table lines of one network rule: none when `prefixLength`, decimal digits, is not 1 to 32.
-// `action` has less than RULE_LINE_SIZE characters.
+// `address` and `action` have less than RULE_LINE_SIZE characters each.
 void EnumerateAlternateIPAddresses(const char* address, const char* prefixLength, std::FILE* out,
                                    const char* action);
 

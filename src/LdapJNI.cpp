@@ -121,6 +121,7 @@ jint findGroup(GroupList& list, const char* group) {
 
 // Outside the common scheme: nobody can be told.
 constexpr jint noAdministrator = -1;
+constexpr const char* NOTIFICATION = "General-Notification";
 
 struct SyncFailText {
   std::string subject;
@@ -160,6 +161,29 @@ struct SyncFailFiles {
     std::snprintf(data, sizeof data, "ldapcachesync_%d.DF", now);
   }
 };
+
+// A mail that could not be written is only logged.
+void writeSyncFailMail(VESK::GlobalSetting* settings, const std::string& administrator) try {
+  std::string addresses = administrator;
+  std::vector<std::string> recipients;
+  checkToAddress(addresses, recipients);
+  const std::string sender = settingText(settings, NOTIFICATION, "MailFrom");
+  const std::string charset = settingText(settings, NOTIFICATION, "PreferredCharset", "us-ascii");
+  const std::string queue = settingText(settings, "general", "queue_notify", "/tmp/queue/notify");
+  const SyncFailFiles files;
+  const char* home = std::getenv("VESK_HOME");
+  const SyncFailText text = syncFailText();
+  const int failed = NotifyMailCompose(home, queue.c_str(), files.control, files.data,
+                                       charset.c_str(), sender.c_str(), sender.c_str(), recipients,
+                                       text.subject.c_str(), text.body.c_str());
+  Log::LogByLevel(4, "Notify ldap cache sync fail with %s %s %s %s %s %s %s\n", home, queue.c_str(),
+                  files.control, files.data, charset.c_str(), sender.c_str(), sender.c_str());
+  if (failed != 0) {
+    Log::LogByLevel(1, "[ERROR]Could not construct the notification mail. (%d)", failed);
+  }
+} catch (const std::bad_alloc&) {
+  logNoMemory("notifyLdapCacheSyncFail");
+}
 
 }  // namespace
 
@@ -341,31 +365,14 @@ VESK_JNI(jint, LdapJNI, checkBaseDN)
 }
 VESK_ON_NO_MEMORY(result::connectionNotCreated)
 
-// A mail that could not be written is only logged.
 VESK_JNI(jint, LdapJNI, notifyLdapCacheSyncFail)(JNIEnv*, jobject) try {
   VESK::GlobalSetting* settings = loadedSettings();
-  const char* section = "General-Notification";
-  std::string administrator = settingText(settings, section, "Administrator");
+  const std::string administrator = settingText(settings, NOTIFICATION, "Administrator");
   if (administrator.empty()) {
     Log::LogByLevel(1, "Fail to retrieve administrator info for LdapCacheSync notification");
     return noAdministrator;
   }
-  std::vector<std::string> recipients;
-  checkToAddress(administrator, recipients);
-  const std::string sender = settingText(settings, section, "MailFrom");
-  const std::string charset = settingText(settings, section, "PreferredCharset", "us-ascii");
-  const std::string queue = settingText(settings, "general", "queue_notify", "/tmp/queue/notify");
-  const SyncFailFiles files;
-  const char* home = std::getenv("VESK_HOME");
-  const SyncFailText text = syncFailText();
-  const int failed = NotifyMailCompose(home, queue.c_str(), files.control, files.data,
-                                       charset.c_str(), sender.c_str(), sender.c_str(), recipients,
-                                       text.subject.c_str(), text.body.c_str());
-  Log::LogByLevel(4, "Notify ldap cache sync fail with %s %s %s %s %s %s %s\n", home, queue.c_str(),
-                  files.control, files.data, charset.c_str(), sender.c_str(), sender.c_str());
-  if (failed != 0) {
-    Log::LogByLevel(1, "[ERROR]Could not construct the notification mail. (%d)", failed);
-  }
+  writeSyncFailMail(settings, administrator);
   return result::success;
 }
 VESK_ON_NO_MEMORY(noAdministrator)

@@ -1,7 +1,5 @@
 #include "RestrictionRules.h"
 
-#include <stdio_ext.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -78,7 +76,7 @@ class TableLines {
   }
 
  private:
-  static constexpr std::size_t LONGEST = KEY_WIDTH + RULE_LINE_SIZE + 2;
+  static constexpr std::size_t LONGEST = 2 * RULE_LINE_SIZE + 2;
 
   void flush() {
     fwrite_unlocked(gathered, 1, used, out);

@@ -16,13 +16,14 @@ in_use() {
 declare -A servers=() ports=() commands=()
 stop_servers() {
   local server tries
+  trap '' INT TERM
   for server in "${servers[@]}"; do kill "$server" 2>/dev/null || true; done
   for server in "${servers[@]}"; do
     for ((tries = 0; tries < 100; tries++)); do
       kill -0 "$server" 2>/dev/null || break
       sleep 0.1
     done
-    kill -KILL "$server" 2>/dev/null || true
+    ((tries < 100)) || kill -KILL "$server" 2>/dev/null || true
     wait "$server" 2>/dev/null || true
   done
   rm -rf "$work"

@@ -34,7 +34,7 @@ class VeskFilterInput {
 class VeskFilterResult {
  public:
   bool matched = false;
-  bool gaveUp = false;  // nobody knows: the search took too many steps; the log says so
+  bool gaveUp = false;  // nobody knows: the search took too many steps, or memory; the log says so
 };
 
 // Base of every filter. The order of the virtual functions is fixed: scanners are built against it.

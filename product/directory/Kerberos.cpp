@@ -31,6 +31,17 @@ struct Krb5Contents {
 using Krb5Creds = Krb5Contents<krb5_creds, krb5_free_cred_contents>;
 using Krb5Data = Krb5Contents<krb5_data, krb5_free_data_contents>;
 
+// What a conversation came to. When it fails, libkrb5 has freed what it put into the structure and
+// left the pointers there.
+template <typename Context>
+krb5_error_code take(krb5_error_code (*get)(krb5_context, Context, krb5_creds*), Context from,
+                     Krb5Creds& ticket) {
+  krb5_creds taken{};
+  const krb5_error_code code = get(ticket.context, from, &taken);
+  if (code == 0) ticket.value = taken;
+  return code;
+}
+
 std::string_view textOf(const krb5_data& data) { return {data.data, data.length}; }
 
 struct Known {
@@ -78,10 +89,10 @@ char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + '
 }  // namespace
 
 std::string krb5Message(krb5_context context, krb5_error_code code) {
-  const char* text = krb5_get_error_message(context, code);
-  std::string copy = text;
-  krb5_free_error_message(context, text);
-  return copy;
+  const auto release = [context](const char* text) { krb5_free_error_message(context, text); };
+  const std::unique_ptr<const char, decltype(release)> text(krb5_get_error_message(context, code),
+                                                            release);
+  return text.get();
 }
 
 std::string principalOf(const std::string& account, bool activeDirectory) {
@@ -138,7 +149,7 @@ krb5_error_code KerberosTicket::logIn(const std::string& password) {
       return krb5_init_creds_step(krb5, conversation.get(), in, out, realm, flags);
     });
   }
-  if (code == 0) code = krb5_init_creds_get_creds(krb5, conversation.get(), &ticket.value);
+  if (code == 0) code = take(krb5_init_creds_get_creds, conversation.get(), ticket);
   if (code == 0) code = krb5_cc_new_unique(krb5, "MEMORY", nullptr, logInCache.out());
   if (code == 0) code = krb5_cc_initialize(krb5, logInCache.get(), client.get());
   if (code == 0) code = krb5_cc_store_cred(krb5, logInCache.get(), &ticket.value);
@@ -167,7 +178,7 @@ krb5_error_code KerberosTicket::askForService() {
       return krb5_tkt_creds_step(krb5, conversation.get(), in, out, realm, flags);
     });
   }
-  if (code == 0) code = krb5_tkt_creds_get_creds(krb5, conversation.get(), &ticket.value);
+  if (code == 0) code = take(krb5_tkt_creds_get_creds, conversation.get(), ticket);
   return code == 0 ? keepForGss(ticket.value) : code;
 }
 

@@ -37,7 +37,7 @@ std::string convert(const char* expression) {
 
 }  // namespace
 
-bool ContentFilter::init(const char* definition) {
+bool ContentFilter::init(const char* definition) try {
   reset();
   if (!KeywordList().valReg(definition)) return false;
   auto made = std::make_shared<const Pattern>(definition, Pattern::FOR_MATCHING);
@@ -46,8 +46,9 @@ bool ContentFilter::init(const char* definition) {
   compiled = std::move(made);
   return true;
 }
+VESK_AT_BOUNDARY("keyword", false)
 
-bool ContentFilter::match(const VeskFilterInput& input, VeskFilterResult& result) {
+bool ContentFilter::match(const VeskFilterInput& input, VeskFilterResult& result) try {
   result = {};
   if (!compiled) return false;
   std::size_t bad = 0;
@@ -62,6 +63,7 @@ bool ContentFilter::match(const VeskFilterInput& input, VeskFilterResult& result
   }
   return result.matched;
 }
+VESK_AT_BOUNDARY("keyword", (result.gaveUp = true, false))
 
 void ContentFilter::reset() {
   pattern.clear();
@@ -70,14 +72,15 @@ void ContentFilter::reset() {
 
 const char* ContentFilter::filterName() const { return "content"; }
 
-bool scanContentFilter::init(const char* definition) {
+bool scanContentFilter::init(const char* definition) try {
   return ContentFilter::init(convertToRegEx(definition).c_str());
 }
+VESK_AT_BOUNDARY("keyword", false)
 
 std::string scanContentFilter::convertToRegEx(const char* expression) try {
   return convert(expression);
 }
-VESK_AT_BOUNDARY("keyword", std::string())
+VESK_AT_BOUNDARY("keyword", NO_REGEX)  // an empty text would be valid, and match all
 
 const char* scanContentFilter::filterName() const { return "scanContent"; }
 

@@ -40,7 +40,7 @@ class Splitter {
 
   static bool leavesCommentOpen(std::string_view entry) {
     Splitter inside(entry);
-    for (std::size_t i = 0; i < entry.size();) i = inside.behind(i);
+    for (std::size_t i = 0; i < entry.size();) i = entry[i] == '<' ? i + 1 : inside.behind(i);
     return !inside.commentsClose;
   }
 

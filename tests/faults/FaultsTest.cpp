@@ -115,6 +115,7 @@ TEST_P(Faults, NoneCrashesLiesLosesOrLeaks) {
     EXPECT_EQ(0, tally.losses) << name;
     EXPECT_EQ(0, tally.leaks) << name;
     total.entryPoints += tally.entryPoints;
+    total.calls += tally.calls;
     total.points += tally.points;
     total.leftOut += tally.leftOut;
     total.crashes += tally.crashes;
@@ -149,16 +150,18 @@ INSTANTIATE_TEST_SUITE_P(EntryPoints, Faults, testing::ValuesIn(groups),
                          [](const auto& group) { return std::string(group.param.name); });
 
 void printTable() {
-  std::printf("%-8s %6s %8s %9s %8s %6s %7s %6s\n", "fails", "calls", "points", "left out",
-              "crashes", "false", "losses", "leaks");
+  std::printf("%-8s %7s %8s %7s %9s %8s %6s %7s %6s\n", "fails", "methods", "calls", "points",
+              "left out", "crashes", "false", "losses", "leaks");
   for (int kind = 0; kind < faults::kindCount; ++kind) {
     const Tally& t = totals[kind];
-    std::printf("%-8s %6d %8d %9d %8d %6d %7d %6d\n",
-                faults::nameOf(static_cast<faults::Kind>(kind)), t.entryPoints, t.points, t.leftOut,
-                t.crashes, t.falseSuccesses, t.losses, t.leaks);
+    std::printf("%-8s %7d %8ld %7d %9d %8d %6d %7d %6d\n",
+                faults::nameOf(static_cast<faults::Kind>(kind)), t.entryPoints, t.calls, t.points,
+                t.leftOut, t.crashes, t.falseSuccesses, t.losses, t.leaks);
   }
   for (const faults::Exempt& exempt : faults::exemptions()) {
-    std::printf("not failed: malloc of %s, which %s\n", exempt.library, exempt.reason);
+    std::printf("not failed: malloc of %s%s%s, which %s\n", exempt.library,
+                exempt.function != nullptr ? " in " : "",
+                exempt.function != nullptr ? exempt.function : "", exempt.reason);
   }
   for (const faults::Forgetful& one : faults::forgetful()) {
     std::printf("not counted: up to %ld blocks of %s when its own %s fails: it %s\n", one.blocks,

@@ -96,6 +96,7 @@ std::vector<EntryPoint> otherCalls(World& world) {
   World::write(keytab, std::string("\5\2") + keyOf("old.example.com", '\1') +
                            keyOf("gate.example.com", '\2'));
   const jstring saved = vm.text(file), policy = vm.text("policy"), all = vm.text("all"),
+                open = vm.text("(invoice AND free"),
                 words = vm.text("(invoice OR \"bill of *\") AND NOT /acc(ount|t)\\s*\\d{4,}/"),
                 address = vm.text("2001:0DB8:0:0:A:0:0:1"), net = vm.text("2001:DB8::1/32"),
                 keys = vm.text(keytab);
@@ -109,6 +110,7 @@ std::vector<EntryPoint> otherCalls(World& world) {
        CALL(PolicyJNI, notifyUpdatePolicyNow, all, all, all),
        {-1}},
       {"PolicyJNI.validateKeyword", CALL(PolicyJNI, validateKeyword, words), {516}},
+      {"PolicyJNI.validateKeyword, a wrong one", CALL(PolicyJNI, validateKeyword, open), {}, {516}},
       {"IPv6JNI.formatIPv6Addr", CALL(IPv6JNI, formatIPv6Addr, address), {noText}},
       {"IPv6JNI.formatIPv6WithMask", CALL(IPv6JNI, formatIPv6WithMask, net), {noText}},
       {.name = "KerberosJNI.getSpnFromKeytab",

@@ -7,9 +7,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
 #include "Held.h"
 #include "Watch.h"
@@ -31,6 +33,15 @@ struct State {
 // Found without an allocation, since the program itself owns it.
 thread_local State state;
 
+std::set<std::uint64_t> knownPaths;
+std::vector<long> firstCalls;
+
+template <std::size_t size>
+int framesOf(void* (&frames)[size]) {
+  const Paused itself;
+  return backtrace(frames, size);
+}
+
 constexpr const char* names[kindCount] = {"malloc", "open", "write",   "fsync",
                                           "rename", "fork", "connect", "recv"};
 constexpr int errors[kindCount] = {ENOMEM, EMFILE, ENOSPC,       EIO,
@@ -48,9 +59,42 @@ bool isOf(const char* name, const char* library) {
   return std::strncmp(library, name, std::strlen(name)) == 0;
 }
 
-bool isNamed(const std::vector<Exempt>& list, const char* library) {
-  return std::any_of(list.begin(), list.end(),
-                     [=](const Exempt& exempt) { return isOf(exempt.library, library); });
+struct Function {
+  const char* begin;
+  const char* end;
+};
+
+Function functionOf(const char* name) {
+  Dl_info info{};
+  void* symbol = nullptr;
+  void* address = dlsym(RTLD_DEFAULT, name);
+  if (address == nullptr || dladdr1(address, &info, &symbol, RTLD_DL_SYMENT) == 0) return {};
+  const char* begin = static_cast<const char*>(address);
+  return {begin, begin + static_cast<const ElfW(Sym)*>(symbol)->st_size};
+}
+
+// Those of the exemptions that are for one function.
+const std::vector<Function>& exemptFunctions() {
+  static const std::vector<Function> all = [] {
+    std::vector<Function> found;
+    for (const Exempt& exempt : exemptions()) {
+      if (exempt.function != nullptr) found.push_back(functionOf(exempt.function));
+    }
+    return found;
+  }();
+  return all;
+}
+
+bool isExemptLibrary(const char* library) {
+  return std::any_of(exemptions().begin(), exemptions().end(), [=](const Exempt& exempt) {
+    return exempt.function == nullptr && isOf(exempt.library, library);
+  });
+}
+
+bool isExemptFunction(const void* address) {
+  const char* at = static_cast<const char*>(address);
+  return std::any_of(exemptFunctions().begin(), exemptFunctions().end(),
+                     [=](const Function& one) { return at > one.begin && at <= one.end; });
 }
 
 bool isOneOf(const std::vector<const char*>& list, const char* library) {
@@ -66,20 +110,30 @@ void noteFailure(Kind kind, const char* library) {
   }
 }
 
-// What the C library allocates is for whoever called it.
+// What the C library allocates is for whoever called it, and so is much of libkrb5's.
 bool isExempt(void* caller) {
   const char* library = libraryOf(caller);
-  if (std::strncmp(library, "libc.so", 7) != 0) return isNamed(exemptions(), library);
-  ++state.paused;
-  void* frames[16];
-  const int depth = backtrace(frames, 16);
-  --state.paused;
+  if (!isOf("libc.so", library) && !isOf("libkrb5.so", library)) return isExemptLibrary(library);
+  void* frames[48];
+  const int depth = framesOf(frames);
   for (int i = 0; i < depth; ++i) {
     library = libraryOf(frames[i]);
-    if (std::strncmp(library, "libvesk", 7) == 0) return false;
-    if (isNamed(exemptions(), library)) return true;
+    if (isOf("libvesk", library)) return false;
+    if (isExemptFunction(frames[i]) || isExemptLibrary(library)) return true;
   }
   return false;
+}
+
+// By the return addresses; what lies behind the entry point is the same for all.
+void notePath() {
+  void* frames[64];
+  const int depth = framesOf(frames);
+  std::uint64_t path = 0;
+  for (int i = 0; i < depth; ++i) {
+    path = (path ^ reinterpret_cast<std::uintptr_t>(frames[i])) * 0x100000001B3U;
+  }
+  const Paused itself;
+  if (knownPaths.insert(path).second) firstCalls.push_back(state.seen);
 }
 
 void trace() {
@@ -97,6 +151,7 @@ bool fails(Kind kind, void* caller) {
   if (!isWatched() || state.kind != kind) return false;
   if (kind == Kind::memory && isExempt(caller)) return false;
   ++state.seen;
+  if (state.target == 0 && state.onwards) notePath();
   if (state.target == 0 || state.seen < state.target) return false;
   if (state.seen > state.target && !state.onwards) return false;
   if (!state.hit) {
@@ -130,6 +185,18 @@ const std::vector<Exempt>& exemptions() {
       {"libtasn1", "writes through the null pointer, or loses what it has"},
       {"libodbc.so", "writes through the null pointer"},
       {"libltdl", "reads the text of an error that found no memory"},
+      {"libkrb5.so", "reads through the null pointer", "profile_get_values"},
+      {"libkrb5.so", "reads through the null pointer", "profile_iterator_create"},
+      {"libkrb5.so", "forgets keys and what it was sent", "krb5_init_creds_init"},
+      {"libkrb5.so", "forgets keys and what it was sent", "krb5_init_creds_step"},
+      {"libkrb5.so", "closes a cache that is not there", "krb5_tkt_creds_init"},
+      {"libkrb5.so", "forgets names", "krb5_tkt_creds_step"},
+      {"libk5crypto", "forgets keys"},
+      {"libkrb5support", "serves the others of MIT Kerberos"},
+      {"libgssapi_krb5", "forgets names and credentials"},
+      {"spake.so", "reads through the null pointer"},
+      {"libsasl2", "forgets its connection"},
+      {"libgssapiv2", "forgets credentials"},
       {"libgmp", "ends the process by design when memory ends"},
       {"libjvm", "is the VM"},
       {"ld-linux", "ends the process when a thread's own data finds no memory"},
@@ -165,7 +232,7 @@ long forgottenSince(long mark) {
 }
 
 Armed::Armed(Kind kind, long n, bool onwards) {
-  exemptions();
+  exemptFunctions();
   forgetful();
   void* frame = nullptr;
   backtrace(&frame, 1);  // loads what it needs
@@ -173,11 +240,16 @@ Armed::Armed(Kind kind, long n, bool onwards) {
   state.kind = kind;
   state.target = n;
   state.onwards = onwards;
+  if (n == 0 && onwards) {
+    knownPaths.clear();
+    firstCalls.clear();
+  }
   state.armed = true;
 }
 Armed::~Armed() { state.armed = false; }
 long Armed::seen() { return state.seen; }
 bool Armed::hit() { return state.hit; }
+const std::vector<long>& Armed::paths() { return firstCalls; }
 std::string Armed::site() { return held::nameOf(state.site); }
 
 Paused::Paused() { ++state.paused; }

@@ -18,7 +18,8 @@ const char* nameOf(Kind kind);
 
 class Armed {
  public:
-  // The n-th call fails, from 1 on; 0 fails none. `onwards`: and every one after it.
+  // The n-th call fails, from 1 on; 0 fails none. `onwards`: and every one after it; with 0 the
+  // paths are noted, which takes longer than the calls.
   Armed(Kind kind, long n, bool onwards = false);
   ~Armed();
   Armed(const Armed&) = delete;
@@ -27,6 +28,9 @@ class Armed {
   static long seen();         // calls so far; stays readable after the end
   static bool hit();          // whether one was failed
   static std::string site();  // who called the one that failed
+  // Of the last run that noted them: the first call on each path, a path being the return addresses
+  // of all functions that led there.
+  static const std::vector<long>& paths();
 };
 
 // For what the VM does on the bridge's behalf.
@@ -46,10 +50,12 @@ std::string holdersSince(long mark);
 // How many of them forgetful libraries hold for their own reason, no more than they are known to.
 long forgottenSince(long mark);
 
-// A library whose failed allocations are none of ours to survive, and why.
+// A library whose failed allocations are none of ours to survive, and why; or only what is called
+// in one function that it exports.
 struct Exempt {
   const char* library;
   const char* reason;
+  const char* function = nullptr;
 };
 const std::vector<Exempt>& exemptions();
 // Libraries that forget what they allocated when one of their own calls fails later.

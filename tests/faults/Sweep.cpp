@@ -82,7 +82,7 @@ class Sweep {
   Outcome callOnce(Kind kind, long n, bool onwards = false);
   void warmUp();
   void sweepKind(Kind kind, const Point& behind);
-  std::vector<long> pointsOf(Kind kind, long total);
+  std::vector<long> pointsOf(Kind kind);
   void tryPoint(Kind kind, long n, bool onwards = false);
   void judge(Tally& tally, Kind kind, const Outcome& outcome);
   void judgeEffect(Tally& tally, bool success, const Outcome& outcome);
@@ -151,32 +151,36 @@ void Sweep::warmUp() {
   }
 }
 
-// Every point, or the first ones and an even sample of the rest. A call that takes long is tried at
-// fewer in a run that is to be short.
-std::vector<long> Sweep::pointsOf(Kind kind, long total) {
-  long most = all ? total : total <= 300 ? total : 400;
+// One call on each path, or the first ones and an even sample of the rest. A call that takes long
+// is tried at fewer in a run that is to be short.
+std::vector<long> Sweep::pointsOf(Kind kind) {
+  const std::vector<long> paths = Armed::paths();
+  const auto count = static_cast<long>(paths.size());
+  long most = count;
   if (!all) most = std::min(most, std::max(3L, static_cast<long>(0.15 / usual.time.count())));
-  std::vector<long> points;
-  const long dense = most < total ? most * 3 / 4 : total;
-  for (long n = 1; n <= dense; ++n) points.push_back(n);
-  const long sparse = std::min(most - dense, total - dense);
-  for (long i = 1; i <= sparse; ++i) points.push_back(dense + (total - dense) * i / sparse);
-  progress.tally[static_cast<int>(kind)].leftOut +=
-      static_cast<int>(total) - static_cast<int>(points.size());
+  const long dense = most < count ? most * 3 / 4 : count;
+  const long sparse = most - dense;
+  std::vector<long> points(paths.begin(), paths.begin() + dense);
+  for (long i = 1; i <= sparse; ++i) {
+    points.push_back(paths[static_cast<std::size_t>(dense + (count - dense) * i / sparse - 1)]);
+  }
+  progress.tally[static_cast<int>(kind)].leftOut += static_cast<int>(count - most);
   return points;
 }
 
 void Sweep::sweepKind(Kind kind, const Point& behind) {
-  const long total = callOnce(kind, 0).seen;
+  progress.tally[static_cast<int>(kind)].calls += callOnce(kind, 0, true).seen;
   if (behind.number == 0) ++progress.tally[static_cast<int>(kind)].entryPoints;
-  for (const long n : pointsOf(kind, total)) {
+  const std::vector<long> points = pointsOf(kind);
+  for (const long n : points) {
     if (!behind.onwards && n > behind.number) tryPoint(kind, n);
   }
   if (kind != Kind::memory) return;
   // Memory that is short stays short.
   const bool slow = usual.time.count() > 0.02;
-  for (long n = 1; n <= total; n += all ? 1 : 1 + total / (slow ? 2 : 8)) {
-    if (!behind.onwards || n > behind.number) tryPoint(kind, n, true);
+  const std::size_t step = all ? 1 : 1 + points.size() / (slow ? 2 : 8);
+  for (std::size_t i = 0; i < points.size(); i += step) {
+    if (!behind.onwards || points[i] > behind.number) tryPoint(kind, points[i], true);
   }
 }
 

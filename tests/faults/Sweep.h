@@ -58,7 +58,8 @@ struct EntryPoint {
 struct Tally {
   int entryPoints = 0;
   int points = 0;
-  int leftOut = 0;  // points that a sample did not take
+  long calls = 0;   // without a fault
+  int leftOut = 0;  // paths that a sample did not take
   int crashes = 0;
   int falseSuccesses = 0;
   int losses = 0;

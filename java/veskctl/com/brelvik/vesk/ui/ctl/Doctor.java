@@ -39,6 +39,7 @@ final class Doctor implements Callable<Integer> {
             Map<String, Object> map = new LinkedHashMap<>();
             map.put("subject", subject);
             map.put("ok", cure == null);
+            map.put("warning", cure != null && status == Status.DONE);
             map.put("detail", detail);
             map.put("cure", cure);
             return map;
@@ -216,14 +217,15 @@ final class Doctor implements Callable<Integer> {
         }
     }
 
-    // Updates, sign-on and the quarantine keep theirs in it; the first of them makes it.
+    // Whoever needs one of these first makes it.
     private void data(Path folder) {
-        Path made = Files.exists(folder) ? folder : folder.getParent();
-        if (Files.isDirectory(made) && Files.isWritable(made)) {
+        List<Path> closed = Stream.of("", "update", "signon", "euq").map(folder::resolve)
+                .filter(path -> path.equals(folder) || Files.exists(path)).map(path -> Files.exists(path) ? path
+                        : path.getParent()).filter(path -> !Files.isDirectory(path) || !Files.isWritable(path)).toList();
+        closed.forEach(path -> bad(Status.REFUSED, "data", path + " is no folder that this account may write to",
+                "make it one: updates, sign-on and the quarantine keep theirs there"));
+        if (closed.isEmpty()) {
             good("data", folder.toString());
-        } else {
-            bad(Status.REFUSED, "data", folder + " is no folder that this account may write to",
-                    "make it one: updates, sign-on and the quarantine keep theirs there");
         }
     }
 

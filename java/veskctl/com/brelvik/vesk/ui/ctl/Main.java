@@ -64,9 +64,10 @@ public final class Main {
         CommandSpec spec = e.getCommandLine().getCommandSpec();
         String command = spec.qualifiedName();
         String happened = e.getMessage();
-        if (e instanceof UnmatchedArgumentException unmatched && !unmatched.isUnknownOption()) {
-            happened = (spec.subcommands().isEmpty() ? "one argument too many: " : "no such command: ")
-                    + unmatched.getUnmatched().get(0);
+        String word = e instanceof UnmatchedArgumentException unmatched ? unmatched.getUnmatched().stream()
+                .filter(unknown -> !unknown.startsWith("-")).findFirst().orElse(null) : null;
+        if (word != null) {
+            happened = (spec.subcommands().isEmpty() ? "one argument too many: " : "no such command: ") + word;
         }
         tell(Arrays.asList(args).contains("--json"), command, happened, "see " + command + " --help");
         return Status.USAGE.number();
