@@ -70,8 +70,10 @@ final class Ctl {
         });
         Process process = builder.start();
         try {
-            if (!process.waitFor(90, TimeUnit.SECONDS)) {
-                throw new IOException("no end in 90 s: " + arguments);
+            // A sanitizer takes its time.
+            int seconds = preload == null ? 90 : 600;
+            if (!process.waitFor(seconds, TimeUnit.SECONDS)) {
+                throw new IOException("no end in " + seconds + " s: " + arguments);
             }
             return new Run(process.exitValue(), Files.readString(out), Files.readString(err));
         } finally {
