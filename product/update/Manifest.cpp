@@ -6,17 +6,15 @@
 
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "Digest.h"
 #include "Files.h"
+#include "ManifestJson.h"
 #include "Version.h"
 
 namespace VESK::update {
 
 namespace {
-
-using Json = nlohmann::json;
 
 constexpr std::uint64_t SCHEMA = 1;
 constexpr std::size_t LARGEST_KEY = 16384;
@@ -60,17 +58,6 @@ std::string fingerprint(EVP_PKEY* key) {
   return sum.finish();
 }
 
-// The member if it is there and of the right type, else nothing.
-std::string textAt(const Json& object, const char* name) {
-  const auto member = object.find(name);
-  return member != object.end() && member->is_string() ? member->get<std::string>() : "";
-}
-
-std::uint64_t numberAt(const Json& object, const char* name) {
-  const auto member = object.find(name);
-  return member != object.end() && member->is_number_unsigned() ? member->get<std::uint64_t>() : 0;
-}
-
 // It becomes the last part of a URL.
 bool isFileName(const std::string& name) {
   const auto plain = [](char c) {
@@ -81,16 +68,17 @@ bool isFileName(const std::string& name) {
          std::all_of(name.begin(), name.end(), plain);
 }
 
-bool readPackage(const Json& object, std::uint64_t largest, Package& package) {
-  if (!object.is_object()) return false;
-  package = {textAt(object, "version"), textAt(object, "file"), numberAt(object, "size"),
-             numberAt(object, "unpacked"), textAt(object, "sha256")};
+bool readPackage(const JsonRecord& object, std::uint64_t largest, Package& package) {
+  if (!object.isObject) return false;
+  package = {object.text("version"), object.text("file"), object.number("size"),
+             object.number("unpacked"), object.text("sha256")};
   return isVersion(package.version) && isFileName(package.file) && isSha256(package.sha256) &&
          package.size > 0 && package.size <= largest && package.unpacked <= 4 * largest;
 }
 
-bool readPackages(const Json& all, std::uint64_t largest, Manifest& manifest, Failure& failure) {
-  for (const auto& [name, object] : all.items()) {
+bool readPackages(const ManifestJson& json, std::uint64_t largest, Manifest& manifest,
+                  Failure& failure) {
+  for (const auto& [name, object] : json.packages) {
     Package package;
     if (!readPackage(object, largest, package)) {
       return failure.set("manifest", "entry not usable", name,
@@ -111,16 +99,15 @@ bool readManifest(const std::string& text, const std::string& signature, const s
     return failure.set("signature", "the manifest is not signed by the key", keyFile,
                        "it was altered, or the publisher has another key");
   }
-  const Json all = Json::parse(text, nullptr, false);
-  if (!all.is_object() || numberAt(all, "schema") != SCHEMA) {
+  ManifestJson json;
+  if (!readJson(text, json) || json.all.number("schema") != SCHEMA) {
     return failure.set("manifest", "not of schema 1", "", "this appliance may be too old for it");
   }
-  manifest = {numberAt(all, "serial"), textAt(all, "issued"), fingerprint(key.get()), {}};
-  const auto packages = all.find("packages");
-  if (manifest.serial == 0 || packages == all.end() || !packages->is_object()) {
+  manifest = {json.all.number("serial"), json.all.text("issued"), fingerprint(key.get()), {}};
+  if (manifest.serial == 0 || !json.hasPackages) {
     return failure.set("manifest", "no serial or no packages", "", "the publisher must mend it");
   }
-  return readPackages(*packages, maxPackage, manifest, failure);
+  return readPackages(json, maxPackage, manifest, failure);
 }
 
 }  // namespace VESK::update

@@ -197,6 +197,7 @@ const std::vector<Exempt>& exemptions() {
       {"spake.so", "reads through the null pointer"},
       {"libsasl2", "forgets its connection"},
       {"libgssapiv2", "forgets credentials"},
+      {"libc.so", "forgets a part of the locale", "setlocale"},
       {"libgmp", "ends the process by design when memory ends"},
       {"libjvm", "is the VM"},
       {"ld-linux", "ends the process when a thread's own data finds no memory"},

@@ -1,11 +1,13 @@
 // Manifests of updates: nothing unsigned is believed, and what is signed names plain files of this
 // source only.
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "Fuzz.h"
 #include "SigningKey.h"
 #include "update/Digest.h"
 #include "update/Manifest.h"
+#include "update/ManifestJson.h"
 #include "update/Version.h"
 
 namespace {
@@ -44,6 +46,43 @@ bool read(const std::string& text, const std::string& signature, const std::stri
   return taken;
 }
 
+using Json = nlohmann::json;
+
+void expectSame(const Json& tree, const JsonRecord& record) {
+  FUZZ_EXPECT(tree.is_object() == record.isObject);
+  std::size_t texts = 0;
+  std::size_t numbers = 0;
+  if (!tree.is_object()) return;
+  for (const auto& [name, member] : tree.items()) {
+    if (member.is_string()) {
+      ++texts;
+      FUZZ_EXPECT(record.texts.at(name) == member.get<std::string>());
+    } else if (member.is_number_unsigned()) {
+      ++numbers;
+      FUZZ_EXPECT(record.numbers.at(name) == member.get<std::uint64_t>());
+    }
+  }
+  FUZZ_EXPECT(record.texts.size() == texts && record.numbers.size() == numbers);
+}
+
+// Against the parser's own tree.
+void expectSameAsTree(const std::string& text) {
+  const Json tree = Json::parse(text, nullptr, false);
+  ManifestJson json;
+  FUZZ_EXPECT(readJson(text, json) == tree.is_object());
+  if (!tree.is_object()) return;
+  expectSame(tree, json.all);
+  const auto packages = tree.find("packages");
+  FUZZ_EXPECT(json.hasPackages == (packages != tree.end() && packages->is_object()));
+  if (!json.hasPackages) return;
+  FUZZ_EXPECT(json.packages.size() == packages->size());
+  for (const auto& [name, member] : packages->items()) {
+    const auto found = json.packages.find(name);
+    FUZZ_EXPECT(found != json.packages.end());
+    expectSame(member, found->second);
+  }
+}
+
 void expectOrder(const std::string& left, const std::string& right) {
   FUZZ_EXPECT(compareVersions(left, left) == 0);
   FUZZ_EXPECT((compareVersions(left, right) < 0) == (compareVersions(right, left) > 0));
@@ -62,6 +101,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string right = input.text();
   const std::string text = input.rest();
   expectOrder(left, right);
+  expectSameAsTree(text);
   std::string signature = key().sign(text);
   read(text, signature, key().publicFile());
   // Another key, another signature, another text, a changed signature.
