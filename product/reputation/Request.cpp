@@ -60,6 +60,8 @@ void setTransfer(Options& options, const Target& target, int milliseconds, std::
 }
 
 void setTls(Options& options, const quorSSLOptions& tls) {
+  // libcurl frees a session's place twice when it finds no memory to keep it; a check is one request.
+  options.set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
   options.set(CURLOPT_SSL_VERIFYPEER, static_cast<long>(tls.verifyPeer));
   options.set(CURLOPT_SSL_VERIFYHOST, tls.verifyHost == 1 ? 2L : 0L);
   options.set(CURLOPT_SSL_VERIFYSTATUS, static_cast<long>(tls.requireStapling));

@@ -61,10 +61,12 @@ class Unpacking {
     file = Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file) return failure.setSystem("unpack", path, errno);
     reader.reset(archive_read_new());
-    archive_read_support_filter_gzip(reader.get());
-    archive_read_support_filter_xz(reader.get());
-    archive_read_support_filter_zstd(reader.get());
-    archive_read_support_format_tar(reader.get());
+    // libarchive does not look again whether there is a reader, and formats.
+    const bool isReady = reader && archive_read_support_filter_gzip(reader.get()) == ARCHIVE_OK &&
+                         archive_read_support_filter_xz(reader.get()) == ARCHIVE_OK &&
+                         archive_read_support_filter_zstd(reader.get()) == ARCHIVE_OK &&
+                         archive_read_support_format_tar(reader.get()) == ARCHIVE_OK;
+    if (!isReady) return failure.set("unpack", "out of memory", path, "watch the console's memory");
     return archive_read_open_fd(reader.get(), file.get(), BLOCK) == ARCHIVE_OK || broken();
   }
 

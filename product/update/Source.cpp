@@ -102,6 +102,9 @@ CURLcode Source::prepare(const std::string& name, std::uint64_t from) {
   set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
   set(CURLOPT_FAILONERROR, 1L);
   set(CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
+  // libcurl frees a session's place twice when it finds no memory to keep it. A source's files come
+  // over one connection anyway.
+  set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
   if (!options.caFile.empty()) {
     set(CURLOPT_CAINFO, options.caFile.c_str());
     set(CURLOPT_CAPATH, nullptr);  // no other authority

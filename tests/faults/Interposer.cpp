@@ -110,7 +110,7 @@ void noteFailure(Kind kind, const char* library) {
   }
 }
 
-// What the C library allocates is for whoever called it, and so is much of libkrb5's.
+// What the C library allocates is for whoever called it; libkrb5 is named by function.
 bool isExempt(void* caller) {
   const char* library = libraryOf(caller);
   if (!isOf("libc.so", library) && !isOf("libkrb5.so", library)) return isExemptLibrary(library);
@@ -198,6 +198,8 @@ const std::vector<Exempt>& exemptions() {
       {"libsasl2", "forgets its connection"},
       {"libgssapiv2", "forgets credentials"},
       {"libc.so", "forgets a part of the locale", "setlocale"},
+      {"libarchive", "goes on without its own buffers"},
+      {"libzstd", "leaves libarchive without a decompressor, which goes on"},
       {"libgmp", "ends the process by design when memory ends"},
       {"libjvm", "is the VM"},
       {"ld-linux", "ends the process when a thread's own data finds no memory"},
