@@ -3,9 +3,11 @@
 #include <curl/curl.h>
 
 #include <iterator>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <nlohmann/json.hpp>
+
+#include "shared/JsonEvents.h"
 
 namespace VESK::reputation {
 
@@ -60,7 +62,8 @@ void setTransfer(Options& options, const Target& target, int milliseconds, std::
 }
 
 void setTls(Options& options, const quorSSLOptions& tls) {
-  // libcurl frees a session's place twice when it finds no memory to keep it; a check is one request.
+  // libcurl frees a session's place twice when it finds no memory to keep it; a check is one
+  // request.
   options.set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
   options.set(CURLOPT_SSL_VERIFYPEER, static_cast<long>(tls.verifyPeer));
   options.set(CURLOPT_SSL_VERIFYHOST, tls.verifyHost == 1 ? 2L : 0L);
@@ -85,19 +88,42 @@ Outcome failure(quorResult result, long code, const char* step, const std::strin
   return {result, static_cast<int>(code), step, reason, "", hint};
 }
 
+// The texts of an object; of equal names the last counts. What nests is passed over.
+class Texts : public JsonEvents {
+ public:
+  std::map<std::string, std::string> byName;
+
+  bool string(std::string& value) override {
+    if (depth == 1) byName[name] = value;
+    return true;
+  }
+  bool key(std::string& given) override {
+    if (depth == 1) name = given;
+    return true;
+  }
+  bool start_object(std::size_t) override { return other() && ++depth > 0; }
+  bool end_object() override { return --depth >= 0; }
+  bool start_array(std::size_t) override { return depth > 0 && other() && ++depth > 0; }
+  bool end_array() override { return --depth >= 0; }
+
+ private:
+  bool other() override {
+    if (depth == 1) byName.erase(name);
+    return true;
+  }
+
+  std::string name;
+  int depth = 0;
+};
+
 Outcome judgeAnswer(const std::string& answer) {
   constexpr const char* HINT = "is that address a reputation server?";
-  const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
-  const auto text = [&](const char* key) -> std::string {
-    return json.is_object() && json.contains(key) && json[key].is_string()
-               ? json[key].get<std::string>()
-               : "";
-  };
-  if (text("service") != "reputation") {
+  Texts texts;
+  if (!nlohmann::json::sax_parse(answer, &texts) || texts.byName["service"] != "reputation") {
     return failure(QUOR_BAD_ANSWER, 200, "answer", "not the service's", HINT);
   }
-  if (text("status") != "ok") {
-    return failure(QUOR_BAD_ANSWER, 200, "answer", "status \"" + text("status") + "\"",
+  if (const std::string& status = texts.byName["status"]; status != "ok") {
+    return failure(QUOR_BAD_ANSWER, 200, "answer", "status \"" + status + "\"",
                    "the service says that it is out of order: ask whoever runs it");
   }
   return {QUOR_OK};

@@ -1,7 +1,8 @@
 #include "Members.h"
 
 #include <limits>
-#include <nlohmann/json.hpp>
+
+#include "shared/JsonEvents.h"
 
 namespace VESK::signon {
 
@@ -10,18 +11,11 @@ namespace {
 constexpr int DEEPEST = 4;
 constexpr std::size_t MOST_MEMBERS = 64;
 
-using Json = nlohmann::json;
-
-// Called for each item as it is read; false ends the reading. Keeps what stands on the first level
-// and texts in lists there, and passes over the rest.
-class Reader : public nlohmann::json_sax<Json> {
+// Keeps what stands on the first level and texts in lists there, and passes over the rest.
+class Reader : public JsonEvents {
  public:
   explicit Reader(Members& fill) : members(fill) {}
 
-  bool null() override { return other(); }
-  bool boolean(bool) override { return other(); }
-  bool number_float(double, const std::string&) override { return other(); }
-  bool binary(binary_t&) override { return false; }
   bool number_unsigned(std::uint64_t value) override {
     constexpr std::uint64_t MOST = std::numeric_limits<std::int64_t>::max();
     return number_integer(static_cast<std::int64_t>(std::min(value, MOST)));
@@ -57,13 +51,10 @@ class Reader : public nlohmann::json_sax<Json> {
     member = &place->second;
     return members.byName.size() <= MOST_MEMBERS;
   }
-  bool parse_error(std::size_t, const std::string&, const Json::exception&) override {
-    return false;
-  }
 
  private:
   // A list with anything but texts in it is no list of texts.
-  bool other() {
+  bool other() override {
     if (depth > 0 && depth <= 2) member->kind = Member::OTHER;
     return true;
   }
@@ -84,7 +75,7 @@ bool readMembers(std::string_view json, Members& members) {
   // The parser would pass over a mark in front, and take a bare value.
   if (json.empty() || json[0] != '{') return false;
   Reader reader(members);
-  return Json::sax_parse(json, &reader);
+  return nlohmann::json::sax_parse(json, &reader);
 }
 
 }  // namespace VESK::signon

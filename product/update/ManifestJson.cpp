@@ -1,24 +1,17 @@
 #include "ManifestJson.h"
 
-#include <nlohmann/json.hpp>
+#include "shared/JsonEvents.h"
 
 namespace VESK::update {
 
 namespace {
 
-using Json = nlohmann::json;
-
-// Called for each item as it is read; false ends the reading. The depth is 1 in the whole object, 2
-// in "packages" and 3 in a package; all else that nests is passed over.
-class Reader : public nlohmann::json_sax<Json> {
+// The depth is 1 in the whole object, 2 in "packages" and 3 in a package; all else that nests is
+// passed over.
+class Reader : public JsonEvents {
  public:
   explicit Reader(ManifestJson& fill) : json(fill) {}
 
-  bool null() override { return other(); }
-  bool boolean(bool) override { return other(); }
-  bool number_integer(std::int64_t) override { return other(); }
-  bool number_float(double, const std::string&) override { return other(); }
-  bool binary(binary_t&) override { return false; }
   bool number_unsigned(std::uint64_t value) override {
     if (other() && record() != nullptr) record()->numbers[member] = value;
     return depth > 0;
@@ -43,9 +36,6 @@ class Reader : public nlohmann::json_sax<Json> {
     if (depth == 1 || (depth == 3 && inPackage)) member = name;
     return true;
   }
-  bool parse_error(std::size_t, const std::string&, const Json::exception&) override {
-    return false;
-  }
 
  private:
   JsonRecord* record() {
@@ -54,7 +44,7 @@ class Reader : public nlohmann::json_sax<Json> {
   }
 
   // What an earlier member of the name was, it is no more.
-  bool other() {
+  bool other() override {
     if (depth == 2 && inPackages) *package = {};
     if (depth == 1 && member == "packages") {
       json.hasPackages = false;
@@ -96,7 +86,7 @@ std::uint64_t JsonRecord::number(const char* name) const {
 
 bool readJson(const std::string& text, ManifestJson& json) {
   Reader reader(json);
-  return Json::sax_parse(text, &reader) && json.all.isObject;
+  return nlohmann::json::sax_parse(text, &reader) && json.all.isObject;
 }
 
 }  // namespace VESK::update

@@ -25,8 +25,7 @@ struct ManifestJson {
   std::map<std::string, JsonRecord> packages;
 };
 
-// False when the text is no JSON object. No tree is made of it: the parser's own trees need memory
-// to go away, and end the process when there is none.
+// False when the text is no JSON object.
 bool readJson(const std::string& text, ManifestJson& json);
 
 }  // namespace VESK::update

@@ -102,7 +102,6 @@ std::vector<EntryPoint> reputationCalls(World& world) {
         {through ? "QUORJNI.quorChkServerStatus, proxy" : "QUORJNI.quorChkServerStatus",
          CALL(QUORJNI, quorChkServerStatus, address, through, host, proxyPort, none, none),
          {2, 3, 4, 5, 6, 7, 8}});
-    all.back().withoutMemory = {5, 8};  // TLS without memory is no TLS
   }
   return all;
 }

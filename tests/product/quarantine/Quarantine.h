@@ -126,6 +126,16 @@ class QuarantineTest : public testing::Test {
     return result;
   }
 
+  // A job whose result is there still has to end.
+  static int transferAgain() {
+    int code = transfer_euq_data(2);
+    for (int i = 0; i < 500 && code == 4; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      code = transfer_euq_data(2);
+    }
+    return code;
+  }
+
   static void waitForProgress() {
     long long done = 0;
     for (long long total; done == 0 && anyRuns(); usleep(500)) get_euq_progress(done, total);

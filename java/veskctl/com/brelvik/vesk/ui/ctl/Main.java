@@ -65,8 +65,8 @@ public final class Main {
         String command = spec.qualifiedName();
         String happened = e.getMessage();
         String word = e instanceof UnmatchedArgumentException unmatched ? unmatched.getUnmatched().stream()
-                .filter(unknown -> !unknown.startsWith("-")).findFirst().orElse(null) : null;
-        if (word != null) {
+                .filter(unknown -> !unknown.equals("--json")).findFirst().orElse(null) : null;
+        if (word != null && !word.startsWith("-")) {
             happened = (spec.subcommands().isEmpty() ? "one argument too many: " : "no such command: ") + word;
         }
         tell(Arrays.asList(args).contains("--json"), command, happened, "see " + command + " --help");
