@@ -60,6 +60,13 @@ struct FreeDn {
 };
 using Dn = std::unique_ptr<LDAPRDN, FreeDn>;
 
+// Null for what is none, and for the empty one.
+Dn parseDn(const std::string& text) {
+  LDAPRDN* parts = nullptr;
+  return ldap_str2dn(text.c_str(), &parts, LDAP_DN_FORMAT_LDAPV3) == LDAP_SUCCESS ? Dn(parts)
+                                                                                  : Dn();
+}
+
 struct FreeText {
   void operator()(char* text) const { ldap_memfree(text); }
 };
@@ -117,16 +124,17 @@ std::string both(std::string_view first, std::string_view second) {
 }
 
 std::string comparableDn(const std::string& dn) {
-  LDAPRDN* raw = nullptr;
-  if (ldap_str2dn(dn.c_str(), &raw, LDAP_DN_FORMAT_LDAPV3) != LDAP_SUCCESS) return {};
-  const Dn parts(raw);
+  const Dn parts = parseDn(dn);
+  if (!parts) return {};
   char* rawText = nullptr;
-  if (ldap_dn2str(raw, &rawText, LDAP_DN_FORMAT_LDAPV3) != LDAP_SUCCESS) return {};
+  if (ldap_dn2str(parts.get(), &rawText, LDAP_DN_FORMAT_LDAPV3) != LDAP_SUCCESS) return {};
   const std::unique_ptr<char, FreeText> text(rawText);
   std::string out = text == nullptr ? "" : text.get();
   for (char& c : out) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   }
+  // libldap takes "#" without digits for a value, and cannot read what it then writes.
+  if (out.find("=#") != std::string::npos && !parseDn(out)) return {};
   return out;
 }
 
