@@ -61,6 +61,8 @@ final class Ctl {
         String preload = System.getenv("VESK_PRELOAD");
         if (preload != null) {
             builder.environment().put("LD_PRELOAD", preload);
+            builder.environment().merge("PATH", SOURCE.resolve("tests/console/preloaded").toString(),
+                    (path, first) -> first + ":" + path);
         }
         environment.forEach((name, value) -> {
             builder.environment().remove(name);
