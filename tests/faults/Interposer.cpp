@@ -116,8 +116,8 @@ void noteFailure(Kind kind, const char* library) {
 bool isExempt(void* caller) {
   const char* library = libraryOf(caller);
   const char* const mixed[] = {"libc.so", "libkrb5.so", "libsqlite3.so"};
-  const auto isMixed = [=](const char* name) { return isOf(name, library); };
-  if (std::none_of(std::begin(mixed), std::end(mixed), isMixed)) return isExemptLibrary(library);
+  const auto isThis = [=](const char* name) { return isOf(name, library); };
+  if (std::none_of(std::begin(mixed), std::end(mixed), isThis)) return isExemptLibrary(library);
   void* frames[48];
   const int depth = framesOf(frames);
   for (int i = 0; i < depth; ++i) {

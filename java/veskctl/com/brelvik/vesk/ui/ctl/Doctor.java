@@ -219,9 +219,9 @@ final class Doctor implements Callable<Integer> {
 
     // Whoever needs one of these first makes it.
     private void data(Path folder) {
-        List<Path> closed = Stream.of("", "update", "signon", "euq").map(folder::resolve)
-                .filter(path -> path.equals(folder) || Files.exists(path)).map(path -> Files.exists(path) ? path
-                        : path.getParent()).filter(path -> !Files.isDirectory(path) || !Files.isWritable(path)).toList();
+        Path made = Files.exists(folder) ? folder : folder.getParent();
+        List<Path> closed = Stream.of(made, folder.resolve("update"), folder.resolve("signon"), folder.resolve("euq"))
+                .filter(path -> Files.exists(path) && !(Files.isDirectory(path) && Files.isWritable(path))).toList();
         closed.forEach(path -> bad(Status.REFUSED, "data", path + " is no folder that this account may write to",
                 "make it one: updates, sign-on and the quarantine keep theirs there"));
         if (closed.isEmpty()) {

@@ -98,6 +98,8 @@ class InstallTest {
         assertTrue(run.out().contains(root + "/bin/pemverify is missing or cannot be run"), run.out());
         assertTrue(run.out().contains(root + "/data is no folder that this account may write to"), run.out());
         Files.delete(root.resolve("data"));
+        Files.writeString(Files.createDirectory(root.resolve("data")).resolve("euq"), "");
+        assertTrue(ctl.run("doctor").out().contains(root + "/data/euq is no folder that this account may write to"));
         assertTrue(run.out().contains("openldap/ldapscript.conf is missing\",\"cure\":\"put "), run.out());
         Path settings = root.resolve("config/vesk.ini");
         Files.writeString(settings, "[log_level]\nui : DETAIL\n no sign here\n");
