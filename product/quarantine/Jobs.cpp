@@ -1,4 +1,9 @@
 // The jobs as the console sees them.
+#include "Jobs.h"
+
+#include <chrono>
+#include <thread>
+
 #include "JobLock.h"
 #include "JobRecord.h"
 #include "Launch.h"
@@ -49,7 +54,9 @@ int start(Kind kind, int target) {
   const Options options = readOptions();
   JobLock lock(step, options);
   if (!lock.open()) return EUQ_DATABASE;
-  if (!lock.take(kind)) return refuse(step, EUQ_BUSY, "a job runs", "wait for its end");
+  if (!takeWhenOver(step, lock) || !lock.take(kind)) {
+    return refuse(step, EUQ_BUSY, "a job runs", "wait for its end");
+  }
   // A store from a backup gives the same runs again: a mark from then is not for this one.
   if (!lock.cancel(0)) {
     return refuse(step, EUQ_DATABASE, "data/euq/job.lock cannot be written", "check the disk");
@@ -82,6 +89,20 @@ bool result(const char* step, Kind kind, int& code, std::string& text) {
 }
 
 }  // namespace
+
+bool VESK::quarantine::takeWhenOver(const char* step, JobLock& lock) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+  while (!lock.take()) {
+    for (const Kind kind : {Kind::TRANSFER, Kind::REMOVE}) {
+      JobRecord job;
+      const State state = look(step, kind, job);
+      if (state == State::RUNNING || state == State::UNKNOWN) return false;
+    }
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
 
 int transfer_euq_data(int area) try {
   if (!isReady("transfer")) return EUQ_NOT_READY;

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "JobLock.h"
+#include "Jobs.h"
 #include "Name.h"
 #include "Options.h"
 #include "Refusal.h"
@@ -119,7 +120,9 @@ int unregist_euq(int area) try {
   JobLock lock("unregister", options);
   if (!lock.open()) return EUQ_DATABASE;
   // A job's target must not vanish.
-  if (!lock.take()) return refuse("unregister", EUQ_BUSY, "a job runs", "wait for its end");
+  if (!takeWhenOver("unregister", lock)) {
+    return refuse("unregister", EUQ_BUSY, "a job runs", "wait for its end");
+  }
   Store store("unregister", options);
   Transaction transaction(store);
   if (store.number("SELECT EXISTS (SELECT * FROM message WHERE area = ?1 OR ?1 = 0)", area) != 0) {

@@ -72,7 +72,7 @@ TEST_F(QuarantineTest, CancelTakesEffectWithinASecond) {
   EXPECT_EQ(std::to_string(moved) + " of 20000 messages moved to area 2; cancelled", result.text);
   EXPECT_GT(moved, 0);
   EXPECT_LT(moved, 20'000);
-  ASSERT_EQ(0, transferAgain());
+  ASSERT_EQ(0, transfer_euq_data(2));
   EXPECT_EQ(std::to_string(20'000 - moved) + " of " + std::to_string(20'000 - moved) +
                 " messages moved to area 2",
             transferred().text);
@@ -80,7 +80,7 @@ TEST_F(QuarantineTest, CancelTakesEffectWithinASecond) {
   for (const char* rest : {"-wal", "-shm"}) fs::remove(database + rest);
   fs::rename(backup, database);
   Home::set("euq", "batch", "");
-  ASSERT_EQ(0, transferAgain());
+  ASSERT_EQ(0, transfer_euq_data(2));
   EXPECT_EQ(0, transferred().code);
   EXPECT_EQ(20'000, inArea(2));
 }

@@ -126,16 +126,6 @@ class QuarantineTest : public testing::Test {
     return result;
   }
 
-  // A job whose result is there still has to end.
-  static int transferAgain() {
-    int code = transfer_euq_data(2);
-    for (int i = 0; i < 500 && code == 4; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      code = transfer_euq_data(2);
-    }
-    return code;
-  }
-
   static void waitForProgress() {
     long long done = 0;
     for (long long total; done == 0 && anyRuns(); usleep(500)) get_euq_progress(done, total);
@@ -155,7 +145,8 @@ class QuarantineTest : public testing::Test {
     const pid_t process = job();
     if (process == 0) return;
     kill(process, SIGKILL);
-    while (kill(process, 0) == 0 && job() == process) usleep(200);
+    // A dying process has no program any more, and its lock for a moment longer.
+    for (int i = 0; i < 25'000 && (job() == process || anyRuns()); ++i) usleep(200);
   }
 
   // In another process, as a console that was started anew.
