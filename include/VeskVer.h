@@ -10,7 +10,7 @@ char* getVeskHome();
 
 extern "C" {
 
-// "Version 7.5-Build_Linux_1234 $Date: 2026/11/21 10:15:00 $"; static storage. The build number
+// "Version 7.5-Build_Linux_1234 $Date: 2026/11/21 10:15:00$"; static storage. The build number
 // counts the commits and the date is the last one's, so that one state of the sources gives one
 // banner.
 __attribute__((visibility("default"))) const char* GetVeskVersionStr();

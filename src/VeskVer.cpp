@@ -15,7 +15,7 @@ char* getVeskHome() {
 
 const char* GetVeskVersionStr() {
   return "Version " VESK_VERSION "-Build_Linux_" VESK_TEXT(VESK_BUILD) " $Date: " VESK_BUILD_DATE
-                                                                       " $";
+                                                                       "$";
 }
 
 std::uint32_t GetVeskVersion() { return 0x2000U << 16 | (VESK_BUILD & 0xFFFFU); }

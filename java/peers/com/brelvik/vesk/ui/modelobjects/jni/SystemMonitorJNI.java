@@ -16,7 +16,7 @@ public final class SystemMonitorJNI {
     /**
      * Tells the version of the native library.
      *
-     * @param versions receives one text, such as {@code Version 7.5-Build_Linux_1234 $Date: 2026/11/21 10:15:00 $}
+     * @param versions receives one text, such as {@code Version 7.5-Build_Linux_1234 $Date: 2026/11/21 10:15:00$}
      * @return 0
      */
     @ConsoleCommand(group = "host", name = "version", help = "Show the version of the native library.", codes = 0)
