@@ -44,9 +44,9 @@ class Pager {
     ++block[3];
     std::array<int, 9> answer{};
     const auto& b = block;
-    require(AgentSOAPClient::getMTALog(endpoint.c_str(), keyword.c_str(), file.data(),
-                                       events.data(), mode, answer.data(), b[0], b[1], b[2], b[3],
-                                       b[4], b[5], b[6], b[7], b[8]),
+    require(AgentSOAPClient::getMTALog(endpoint.c_str(), keyword.data(), file.data(), events.data(),
+                                       mode, answer.data(), b[0], b[1], b[2], b[3], b[4], b[5],
+                                       b[6], b[7], b[8]),
             "a page was not answered");
     block = answer;
   }

@@ -86,7 +86,8 @@ VESK_JNI(jint, MTAlogJNI, getMTAEventSubmit)
   const VeskJniString url(env, server);
   const VeskJniString word(env, keyword);
   logQuery(page, file.str, url.str, word.str);
-  int state[pagingLength];  // the client sets all of it, whatever becomes of the query
+  std::string sought = word.str;  // the client takes texts as writable
+  int state[pagingLength];        // the client sets all of it, whatever becomes of the query
   char name[AgentSOAPClient::fileNameSize] = {};
   std::snprintf(name, sizeof name, "%s", file.str);
   const EventText events = eventBuffer(page[0]);
@@ -94,7 +95,7 @@ VESK_JNI(jint, MTAlogJNI, getMTAEventSubmit)
     Log::LogByLevel(3, "getMTAEventSubmit msg malloc failed");
     return result::success;
   }
-  const bool answered = AgentSOAPClient::getMTALog(url.str, word.str, name, events.get(), mode,
+  const bool answered = AgentSOAPClient::getMTALog(url.str, sought.data(), name, events.get(), mode,
                                                    state, page[0], page[1], page[2], page[3],
                                                    page[4], page[5], page[6], page[7], page[8]);
   Log::LogByLevel(

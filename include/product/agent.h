@@ -88,10 +88,9 @@ class AgentSOAPClient {
   // empty and `fileName` stays.
   static constexpr int fileNameSize = 128;
   static constexpr int bytesPerEvent = 524;
-  static bool getMTALog(const char* endpoint, const char* keyword, char* fileName, char* events,
-                        int mode, int* paging, int pagesize, int pagecount, int totalcount,
-                        int pagenumber, int starttime, int endtime, int inode, int offset,
-                        int year);
+  static bool getMTALog(const char* endpoint, char* keyword, char* fileName, char* events, int mode,
+                        int* paging, int pagesize, int pagecount, int totalcount, int pagenumber,
+                        int starttime, int endtime, int inode, int offset, int year);
 };
 
 #endif

@@ -126,10 +126,10 @@ bool AgentSOAPClient::getEUQMsgDetail_PE(const char* endpoint, char* reference, 
 }
 VESK_AT_BOUNDARY("agent", false)
 
-bool AgentSOAPClient::getMTALog(const char* endpoint, const char* keyword, char* fileName,
-                                char* events, int mode, int* paging, int pagesize, int pagecount,
-                                int totalcount, int pagenumber, int starttime, int endtime,
-                                int inode, int offset, int year) try {
+bool AgentSOAPClient::getMTALog(const char* endpoint, char* keyword, char* fileName, char* events,
+                                int mode, int* paging, int pagesize, int pagecount, int totalcount,
+                                int pagenumber, int starttime, int endtime, int inode, int offset,
+                                int year) try {
   const int asked[] = {pagesize, pagecount, totalcount, pagenumber, starttime,
                        endtime,  inode,     offset,     year};
   std::memcpy(paging, asked, sizeof asked);

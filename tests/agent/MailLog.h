@@ -79,7 +79,7 @@ struct Console {
     std::string text(static_cast<std::size_t>(std::max(size, 0)) * 524 + 1, '\0');
     int answer[9] = {};
     const int* b = block;
-    const bool got = AgentSOAPClient::getMTALog(agent.endpoint().c_str(), keyword.c_str(), file,
+    const bool got = AgentSOAPClient::getMTALog(agent.endpoint().c_str(), keyword.data(), file,
                                                 text.data(), mode, answer, b[0], b[1], b[2], b[3],
                                                 b[4], b[5], b[6], b[7], b[8]);
     std::copy(answer, answer + 9, block);

@@ -79,10 +79,10 @@ bool AgentSOAPClient::getEUQMsgDetail_PE(const char* endpoint, char* reference, 
   return details(ask("detailPE %s %s %d %d", endpoint, reference, firstSize, secondSize), first,
                  firstSize, second, secondSize);
 }
-bool AgentSOAPClient::getMTALog(const char* endpoint, const char* keyword, char* fileName,
-                                char* events, int mode, int* paging, int pagesize, int pagecount,
-                                int totalcount, int pagenumber, int starttime, int endtime,
-                                int inode, int offset, int year) {
+bool AgentSOAPClient::getMTALog(const char* endpoint, char* keyword, char* fileName, char* events,
+                                int mode, int* paging, int pagesize, int pagecount, int totalcount,
+                                int pagenumber, int starttime, int endtime, int inode, int offset,
+                                int year) {
   const int answer =
       ask("mtalog %s %s %s %d %d %d %d %d %d %d %d %d %d", endpoint, keyword, fileName, mode,
           pagesize, pagecount, totalcount, pagenumber, starttime, endtime, inode, offset, year);

@@ -94,7 +94,7 @@ class MailLogTest : public testing::Test {
   bool ask(Answering& agent, int pagesize, const std::string& name) {
     std::memcpy(fileName, name.c_str(), name.size() + 1);
     events = Buffer(static_cast<std::size_t>(std::max(pagesize, 0)) * 524 + 1);
-    return AgentSOAPClient::getMTALog(agent.endpoint().c_str(), "from=<a>", fileName,
+    return AgentSOAPClient::getMTALog(agent.endpoint().c_str(), keyword, fileName,
                                       events.bytes.data(), 1, paging, pagesize, 2, 3, 4, 5,
                                       2147483647, -1, -2147483648, 9);
   }
@@ -109,6 +109,7 @@ class MailLogTest : public testing::Test {
            element("offset", "2147483648") + element("year", "2026");
   }
 
+  char keyword[9] = "from=<a>";
   char fileName[256] = {};
   Buffer events{1};
   int paging[9] = {};

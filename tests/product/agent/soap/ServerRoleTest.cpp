@@ -62,11 +62,12 @@ TEST(ServerRoleTest, EveryOperationIsUnderstoodAndItsAnswerToo) {
   EXPECT_STREQ("Q/7 ä \"<&>\" \U0001F600", texts[0]);
   EXPECT_EQ("{" + escaped + ",\"firstSize\":8192,\"secondSize\":256}", texts[1]);
 
+  char keyword[] = "";
   char fileName[AgentSOAPClient::fileNameSize] = "maillog";
   std::string events(2 * AgentSOAPClient::bytesPerEvent + 1, '\0');
   int paging[9] = {};
-  EXPECT_TRUE(AgentSOAPClient::getMTALog(agent, "", fileName, events.data(), 1, paging, 2, 3, 4, 5,
-                                         6, 7, -1, -2147483648, 2026));
+  EXPECT_TRUE(AgentSOAPClient::getMTALog(agent, keyword, fileName, events.data(), 1, paging, 2, 3,
+                                         4, 5, 6, 7, -1, -2147483648, 2026));
   EXPECT_STREQ("maillog.1", fileName);
   EXPECT_STREQ(R"({"keyword":"","fileName":"maillog","mode":1,"pagesize":2,"pagecount":3,)"
                R"("totalcount":4,"pagenumber":5,"starttime":6,"endtime":7,"inode":"4294967295",)"
