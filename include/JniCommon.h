@@ -48,6 +48,8 @@ class VeskJniString {
   ~VeskJniString();
   VeskJniString(const VeskJniString&) = delete;
   VeskJniString& operator=(const VeskJniString&) = delete;
+  // Whether `str` is "" only for want of memory.
+  [[nodiscard]] bool lost() const;
 
  private:
   JNIEnv* env;

@@ -102,6 +102,13 @@ bool VeskJniString::copyAscii(const jchar* chars, std::size_t length) {
   return true;
 }
 
+bool VeskJniString::lost() const {
+  if (*str != '\0' || jstr == nullptr || env->GetStringLength(jstr) == 0) return false;
+  jchar first = 0;
+  env->GetStringRegion(jstr, 0, 1, &first);
+  return first != 0;
+}
+
 void readByteText(JNIEnv* env, jbyteArray source, char* buffer, jsize limit) {
   if (source == nullptr) return;
   jsize length = env->GetArrayLength(source);

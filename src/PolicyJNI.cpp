@@ -69,6 +69,10 @@ VESK_JNI(jint, PolicyJNI, notifyUpdatePolicyNow)
 VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword) {
   if (keyword == nullptr) return result::nullArgument;
   const VeskJniString expression(env, keyword);
+  if (expression.lost()) {  // the empty expression is a valid one
+    logNoMemory(__func__);
+    return result::keywordInvalid;
+  }
   const KeywordList list;
   scanContentSubjectFilter filter;
   const std::string regex = filter.convertToRegEx(expression.str);

@@ -1,6 +1,7 @@
 #include <cstdlib>
 
 #include "JniCommon.h"
+#include "ModifiedUtf8.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_QuarantineJNI.h"
 #include "product/agent.h"
 
@@ -56,7 +57,11 @@ jint fetchTexts(JNIEnv* env, jstring endpoint, jstring reference, jobject list, 
       !getDetails(agent, message.data(), &first.text, &second.text)) {
     return failed;
   }
-  std::vector<std::string> texts{header.text, first.text, second.text};
+  // In the VM's form already, so that the list gets nothing when memory ends on the way to it.
+  std::vector<std::string> texts;
+  for (const char* text : {header.text, first.text, second.text}) {
+    texts.emplace_back(ModifiedUtf8(text).c_str());
+  }
   static_cast<void>(formJArrListStr(env, texts, list));
   return fetched;
 }

@@ -44,13 +44,12 @@ std::vector<std::string> addressesOf(JNIEnv* env, jobject list) {
 
 }  // namespace
 
-VESK_JNI(jint, SystemMonitorJNI, getVESKVersion)(JNIEnv* env, jobject, jobject list) try {
+VESK_JNI(jint, SystemMonitorJNI, getVESKVersion)(JNIEnv* env, jobject, jobject list) {
   char banner[512];
   std::snprintf(banner, sizeof banner, "%s", GetVeskVersionStr());
   static_cast<void>(formJArrListStr(env, banner, list));
   return result::success;
 }
-VESK_ON_NO_MEMORY(result::stringNotCreated)
 
 // The agent proves by a sum that it worked on the request; an exact one, so no tolerance.
 VESK_JNI(jint, SystemMonitorJNI, testConnection)
@@ -90,6 +89,10 @@ VESK_JNI(jint, SystemMonitorJNI, updateGlobalSetting)
   const VeskJniString value(env, first);
   const VeskJniString section(env, second);
   const VeskJniString key(env, third);
+  if (value.lost()) {  // an empty one would take the place of the old one
+    logNoMemory(__func__);
+    return notWritten;
+  }
   char path[512] = {};
   std::snprintf(path, sizeof path, "%s/config/%s", getVeskHome(), "vesk.ini");
   VESK::GlobalSettingOnMem* store =
@@ -105,6 +108,10 @@ VESK_ON_NO_MEMORY(notWritten)
 VESK_JNI(jint, SystemMonitorJNI, PatchSetNotify)(JNIEnv* env, jobject, jstring notification) try {
   if (notification == nullptr) return result::nullArgument;
   const VeskJniString text(env, notification);
+  if (text.lost()) {
+    logNoMemory(__func__);
+    return notTold;
+  }
   std::string reply;
   return AgentSOAPClient::PatchSetNotify(text.str, reply);
 }

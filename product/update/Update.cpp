@@ -51,8 +51,12 @@ BvUpdate::BvUpdate(BvUpdateKind kind) : ready(false) {
         installRoot == nullptr ? "BvUpdateInit::Init has not succeeded" : "unknown kind of update");
     return;
   }
-  engine = std::make_unique<Engine>(*installRoot);
-  ready = true;
+  try {
+    engine = std::make_unique<Engine>(*installRoot);
+    ready = true;
+  } catch (...) {
+    VESK::logAtBoundary("update", __func__);
+  }
 }
 
 BvUpdate::~BvUpdate() = default;

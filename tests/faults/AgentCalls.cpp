@@ -9,7 +9,9 @@
 namespace {
 
 constexpr const char* LETTER =
-    "From: ann@example.com\r\nSubject: =?utf-8?q?Gr=C3=BC=C3=9Fe?=\r\n\r\nGood morning.\r\n";
+    "From: ann@example.com\r\nSubject: =?utf-8?q?Gr=C3=BC=C3=9Fe?=\r\nMIME-Version: 1.0\r\n"
+    "Content-Type: text/plain; charset=utf-8\r\nContent-Transfer-Encoding: 8bit\r\n\r\n"
+    "Good morning \U0001F600\r\n";
 constexpr const char* MAIL_LOG =
     "Nov 21 10:15:00 gate postfix/smtpd[1]: 4A0B: client=mx.example.org[192.0.2.1]\n"
     "Nov 21 10:15:01 gate postfix/smtp[2]: 4A0B: to=<ann@example.com>, status=sent (250 ok)\n";
@@ -29,13 +31,14 @@ std::shared_ptr<Agent> startAgent(World& world) {
 
 std::vector<EntryPoint> monitorCalls(World& world, jint port) {
   Vm& vm = world.vm;
-  const jstring host = vm.text("127.0.0.1"), value = vm.text("new"), section = vm.text("faults"),
-                key = vm.text("key"), patch = vm.text("patch 7.5.1");
+  const jstring host = vm.text("127.0.0.1"), value = vm.text(std::string(520, 'n')),
+                section = vm.text("faults"), key = vm.text("key"),
+                patch = vm.text(std::string(520, '7'));
   const std::string address = "127.0.0.1:" + std::to_string(port);
   const jobject fleet = vm.list({address.c_str(), ("localhost:" + std::to_string(port)).c_str()});
   World::set("agent", "scanners", address);
   return {
-      {"SystemMonitorJNI.getVESKVersion", CALL(SystemMonitorJNI, getVESKVersion, list), {501}},
+      {"SystemMonitorJNI.getVESKVersion", CALL(SystemMonitorJNI, getVESKVersion, list)},
       {"SystemMonitorJNI.testConnection",
        CALL(SystemMonitorJNI, testConnection, host, port, list),
        {300}},

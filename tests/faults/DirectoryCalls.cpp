@@ -62,7 +62,6 @@ std::vector<EntryPoint> directoryCalls(World& world) {
        {0},
        [] {},
        [] { return std::string(); },
-       {},
        {{205, {24, 1}}}},
       {"LdapJNI.checkBaseDN", CALL(LdapJNI, checkBaseDN, CONNECTION), {200, 201, 208}},
       {"LdapJNI.checkBaseDN, Kerberos",

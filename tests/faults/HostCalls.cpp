@@ -81,7 +81,6 @@ std::vector<EntryPoint> postfixCalls(World& world) {
        {0},
        [folder] { World::write(folder + "/table", "old table\n"); },
        [folder] { return World::read(folder + "/table") + World::namesOf(folder); },
-       {},
        {{104, {1, 1}}}},
   };
 }
@@ -96,7 +95,7 @@ std::vector<EntryPoint> otherCalls(World& world) {
   World::write(keytab, std::string("\5\2") + keyOf("old.example.com", '\1') +
                            keyOf("gate.example.com", '\2'));
   const jstring saved = vm.text(file), policy = vm.text("policy"), all = vm.text("all"),
-                open = vm.text("(invoice AND free"),
+                open = vm.text("(invoice AND " + std::string(520, 'x')),
                 words = vm.text("(invoice OR \"bill of *\") AND NOT /acc(ount|t)\\s*\\d{4,}/"),
                 address = vm.text("2001:0DB8:0:0:A:0:0:1"), net = vm.text("2001:DB8::1/32"),
                 keys = vm.text(keytab);

@@ -84,7 +84,7 @@ class Sweep {
   void sweepKind(Kind kind, const Point& behind);
   std::vector<long> pointsOf(Kind kind);
   void tryPoint(Kind kind, long n, bool onwards = false);
-  void judge(Tally& tally, Kind kind, const Outcome& outcome);
+  void judge(Tally& tally, const Outcome& outcome);
   void judgeEffect(Tally& tally, bool success, const Outcome& outcome);
   void judgeLeak(Tally& tally, Kind kind, long n, bool onwards, const Outcome& first);
   Measure excess(const Outcome& outcome) const;
@@ -200,21 +200,19 @@ void Sweep::tryPoint(Kind kind, long n, bool onwards) {
   if (!outcome.hit) return;
   ++tally.points;
   std::snprintf(progress.what, sizeof progress.what, "%s", outcome.site.c_str());
-  judge(tally, kind, outcome);
+  judge(tally, outcome);
   judgeLeak(tally, kind, n, onwards, outcome);
   const bool cheap = usual.time.count() < 0.003;
   if (cheap || n % 16 == 0) expectRecovery(tally);
 }
 
-void Sweep::judge(Tally& tally, Kind kind, const Outcome& outcome) {
+void Sweep::judge(Tally& tally, const Outcome& outcome) {
   if (outcome.threw) return find(tally.crashes, "an exception left it");
-  const bool fewer = kind == Kind::memory && !entry.withoutMemory.empty();
-  const std::set<long>& failures = fewer ? entry.withoutMemory : entry.failures;
   const bool success = successes.contains(outcome.code);
   if (success && !outcome.sameAs(usual) && !entry.lesser.contains(outcome.shown)) {
     find(tally.falseSuccesses, "answered " + std::to_string(outcome.code) + " with " +
                                    outcome.shown + " in place of " + usual.shown);
-  } else if (!success && !failures.contains(outcome.code)) {
+  } else if (!success && !entry.failures.contains(outcome.code)) {
     find(tally.falseSuccesses,
          "answered " + std::to_string(outcome.code) + ", which tells nothing");
   }

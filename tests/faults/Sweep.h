@@ -41,8 +41,6 @@ struct EntryPoint {
   std::set<long> successes{0};  // those that promise the same list and effect as without a fault
   std::function<void()> prepare = [] {};
   std::function<std::string()> effect = [] { return std::string(); };
-  // Of the failures, those that a call without memory ends in; empty if they are no fewer.
-  std::set<long> withoutMemory{};
   std::map<long, Kept> keeping{};  // at most that much, when the call ends in that code
   // Where no code tells: what a success shows besides, nothing in place of something.
   std::set<std::string> lesser{};

@@ -143,7 +143,6 @@ std::vector<EntryPoint> updateCalls(World& world) {
        restoreSecond,
        [] { return std::string(); },
        {},
-       {},
        {"[, , , , , , , , , ][virus-pattern, spyware-pattern, spam-pattern, phishing-pattern, "
         "exploit-pattern, virus-engine, spam-engine, file-type-rules, content-dictionary, "
         "reputation-rules]null"}},

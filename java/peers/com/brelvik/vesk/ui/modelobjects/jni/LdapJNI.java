@@ -20,7 +20,7 @@ import java.util.ArrayList;
  *       empty gives 201
  *   <dt>baseDN</dt><dd>the entry below which to look
  *   <dt>resultList</dt><dd>receives the answer at its end; what it holds stays, and with a code other than 0
- *       nothing is added. A list whose {@code add} refuses gives 0 all the same and keeps the elements added before; so
+ *       nothing is added, unless memory ended while it was filled. A list whose {@code add} refuses gives 0 all the same and keeps the elements added before; so
  *       it does when {@code add} throws, and the method throws the same
  * </dl>
  *
