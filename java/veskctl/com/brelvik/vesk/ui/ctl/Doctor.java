@@ -220,12 +220,28 @@ final class Doctor implements Callable<Integer> {
     // Whoever needs one of these first makes it.
     private void data(Path folder) {
         Path made = Files.exists(folder) ? folder : folder.getParent();
-        List<Path> closed = Stream.of(made, folder.resolve("update"), folder.resolve("signon"), folder.resolve("euq"))
-                .filter(path -> Files.exists(path) && !(Files.isDirectory(path) && Files.isWritable(path))).toList();
+        List<Path> folders = Stream.of(made, folder.resolve("update"), folder.resolve("signon"), folder.resolve("euq"))
+                .filter(Files::exists).toList();
+        List<Path> closed = folders.stream().filter(path -> !(Files.isDirectory(path) && Files.isWritable(path)))
+                .toList();
         closed.forEach(path -> bad(Status.REFUSED, "data", path + " is no folder that this account may write to",
                 "make it one: updates, sign-on and the quarantine keep theirs there"));
-        if (closed.isEmpty()) {
+        // What another account began belongs to that one.
+        List<Path> others = Stream.concat(folders.stream().skip(1).flatMap(Doctor::entries),
+                Stream.of(folder.resolveSibling("log/update-events.log")))
+                .filter(path -> Files.exists(path) && !Files.isWritable(path)).toList();
+        others.forEach(path -> bad(Status.REFUSED, "data", path + " cannot be written by this account",
+                "give it to the account that the console has, with all that is in it"));
+        if (closed.isEmpty() && others.isEmpty()) {
             good("data", folder.toString());
+        }
+    }
+
+    private static Stream<Path> entries(Path folder) {
+        try (Stream<Path> entries = Files.list(folder)) {
+            return entries.toList().stream();
+        } catch (IOException e) {
+            return Stream.empty(); // closed altogether, which is told already
         }
     }
 

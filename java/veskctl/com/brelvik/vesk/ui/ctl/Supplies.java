@@ -47,7 +47,9 @@ record Supplies(InstallRoot root) {
     private Finding cipher() {
         Path key = root.path().resolve("config/cipher.key");
         try {
-            return !Files.exists(key) ? good("cipher", key + " is made on first use")
+            return !Files.exists(key) && !Files.isWritable(key.getParent())
+                    ? bad("cipher", key + " cannot be made", "let this account write to its folder once, or make it there")
+                    : !Files.exists(key) ? good("cipher", key + " is made on first use")
                     : !Files.isReadable(key) ? bad("cipher", key + " cannot be read", "give it to this account")
                     : OWNER_ONLY.containsAll(Files.getPosixFilePermissions(key)) ? good("cipher", key.toString())
                     : bad("cipher", key + " is open to others", "give it mode 0600, and encrypt the settings anew");

@@ -99,7 +99,11 @@ class InstallTest {
         assertTrue(run.out().contains(root + "/data is no folder that this account may write to"), run.out());
         Files.delete(root.resolve("data"));
         Files.writeString(Files.createDirectory(root.resolve("data")).resolve("euq"), "");
-        assertTrue(ctl.run("doctor").out().contains(root + "/data/euq is no folder that this account may write to"));
+        Path events = Files.createDirectories(root.resolve("log")).resolve("update-events.log");
+        Files.createSymbolicLink(events, Path.of("/proc/version")); // nobody may write to it, not even root
+        String data = ctl.run("doctor").out();
+        assertTrue(data.contains(root + "/data/euq is no folder that this account may write to"), data);
+        assertTrue(data.contains(events + " cannot be written by this account"), data);
         assertTrue(run.out().contains("openldap/ldapscript.conf is missing\",\"cure\":\"put "), run.out());
         Path settings = root.resolve("config/vesk.ini");
         Files.writeString(settings, "[log_level]\nui : DETAIL\n no sign here\n");
@@ -115,6 +119,9 @@ class InstallTest {
         Ctl.Run run = ctl.run("dokter");
         assertEquals(2, run.status());
         assertTrue(run.err().contains("no such command: dokter\n"), run.err());
+        run = ctl.run("kerberos", "spn", "one", "--fast");
+        assertEquals(2, run.status());
+        assertTrue(run.err().contains("'--fast'") && !run.err().contains("argument too many"), run.err());
         run = ctl.run("kerberos", "spn", "one", "two", "--json");
         assertEquals(2, run.status());
         assertTrue(run.out().contains("\"happened\":\"one argument too many: two\""), run.out());
