@@ -66,7 +66,9 @@ void await(pollfd (&wanted)[2], const Way& up, const Way& down) {
     return;
   }
   const auto left = std::max(std::chrono::nanoseconds(0), due - Clock::now());
-  const timespec timeout = {left.count() / 1000000000, left.count() % 1000000000};
+  const auto whole = std::chrono::floor<std::chrono::seconds>(left);
+  const timespec timeout = {static_cast<time_t>(whole.count()),
+                            static_cast<long>((left - whole).count())};
   ppoll(wanted, 2, &timeout, nullptr);
 }
 

@@ -38,12 +38,6 @@ class Splitter {
     return true;
   }
 
-  static bool leavesCommentOpen(std::string_view entry) {
-    Splitter inside(entry);
-    for (std::size_t i = 0; i < entry.size();) i = entry[i] == '<' ? i + 1 : inside.behind(i);
-    return !inside.commentsClose;
-  }
-
  private:
   std::size_t behind(std::size_t from) {
     std::size_t end = 0;
@@ -106,6 +100,29 @@ class Splitter {
   bool quotesClose = true;
   bool commentsClose = true;
 };
+
+bool commentCloses(std::string_view text) {
+  int depth = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\\')
+      ++i;
+    else if (text[i] == '(')
+      ++depth;
+    else if (text[i] == ')' && --depth == 0)
+      return true;
+  }
+  return false;
+}
+
+// The parser never releases an address in square brackets with an open comment behind it. Whether a
+// parenthesis begins one is for the parser to say, which has its own way with quotes.
+bool mayLeak(std::string_view entry) {
+  const std::size_t sign = std::min(entry.find('@'), entry.size());
+  for (std::size_t i = entry.find('[', sign); i < entry.size(); ++i) {
+    if (entry[i] == '(' && !commentCloses(entry.substr(i))) return true;
+  }
+  return false;
+}
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(" \t");
@@ -189,8 +206,7 @@ class Collector {
     if (entry.size() > LONGEST_ENTRY) return TOO_LONG;
     if (!isPlain(entry)) return "control characters or bytes that are not UTF-8";
     if (entry.find('@') == std::string_view::npos) return FORM;
-    // The parser would never release an address in square brackets in front of it.
-    if (Splitter::leavesCommentOpen(entry)) return "a comment is not closed";
+    if (mayLeak(entry)) return "a comment is not closed";
     // Without options it is lenient with brackets that are not closed; its strict form leaks.
     const Object<InternetAddressList> list(
         internet_address_list_parse(nullptr, std::string(entry).c_str()));

@@ -134,7 +134,7 @@ TEST_F(NotifyTest, AddressListsAsPeopleWriteThem) {
       {"Ann <ann@x.org;b@x.org", "Ann <ann@x.org> | b@x.org", 0},
       {"\"Ann ann@x.org;a@x.org <a@x.org>", "\"a@x.org\" <a@x.org>", 1},
       {"ann@x.org (Ann;ann@x.org bob@x.org;b@x.org", "b@x.org", 2},
-      {"<a@x.org,b@[192.0.2.1](>", "", 1},
+      {"<a@x.org,b@[192.0.2.1](>;n\",b@[192.0.2.1](\"", "", 2},
       {"a@[192.0.2.1](Ann;ann@[192.0.2.1] (Ann)", "Ann <ann@[192.0.2.1]>", 1},
       {"-oQ/tmp@x.org;jörg@x.org;\xff@x.org;a@[x> <y];a@[]", "", 5},
       {"Ann <a@x.org> (\x01);Ann <a@x.org> (\xff)", "", 2},
