@@ -44,7 +44,7 @@ static void bind_with_cache(const char* uri, const char* cache) {
   check(ldap_initialize(&ld, uri), "initialize");
   ldap_set_option(ld, LDAP_OPT_PROTOCOL_VERSION, &version);
   ldap_set_option(ld, LDAP_OPT_X_SASL_NOCANON, LDAP_OPT_ON);
-  check(gss_krb5_ccache_name(&minor, cache, NULL), "cache name");
+  check(gss_krb5_ccache_name(&minor, cache, NULL) != GSS_S_COMPLETE, "cache name");
   check(ldap_sasl_interactive_bind_s(ld, NULL, "GSSAPI", NULL, NULL, LDAP_SASL_QUIET, no_answers,
                                      NULL),
         "bind");
