@@ -48,6 +48,10 @@ final class Ctl {
                 "-Xcheck:jni", "-XX:TieredStopAtLevel=1", "-Dvesk.jni.library=" + library, "-jar",
                 BUILD.resolve("java/vesk-console.jar").toString()));
         command.addAll(arguments);
+        String preload = System.getenv("VESK_PRELOAD");
+        if (preload != null) { // not into the sandbox, whose files ThreadSanitizer would hold open for writing
+            command.addAll(0, List.of("env", "LD_PRELOAD=" + preload));
+        }
         if (isSandboxed) {
             command.add(0, SOURCE.resolve("tools/sandbox").toString());
         }
@@ -58,9 +62,7 @@ final class Ctl {
                 .redirectOutput(out.toFile()).redirectError(err.toFile());
         builder.environment().keySet().removeIf(name -> name.startsWith("VESK_") || name.startsWith("LC_"));
         builder.environment().put("LC_ALL", "C.UTF-8");
-        String preload = System.getenv("VESK_PRELOAD");
         if (preload != null) {
-            builder.environment().put("LD_PRELOAD", preload);
             builder.environment().merge("PATH", SOURCE.resolve("tests/console/preloaded").toString(),
                     (path, first) -> first + ":" + path);
         }
