@@ -9,8 +9,8 @@
 
 namespace VESK::filter {
 
-// What an expression becomes that is wrong. Nothing closes the bracket: no dialect accepts it. So short
-// that a std::string holds it without memory of its own, which may be what is missing.
+// What an expression becomes that is wrong. Nothing closes the bracket: no dialect accepts it. So
+// short that a std::string holds it without memory of its own, which may be what is missing.
 inline constexpr const char* NO_REGEX = "[no keyword";
 
 // The regular expression for `expression`, which is UTF-8. Sets the fault when it is wrong.
