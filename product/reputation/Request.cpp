@@ -5,9 +5,9 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include "shared/JsonEvents.h"
+#include "shared/Transfer.h"
 
 namespace VESK::reputation {
 
@@ -218,8 +218,7 @@ Outcome judgeFailure(CURL* curl, CURLcode code) {
 }  // namespace
 
 Outcome askStatus(const Target& target, const quorSSLOptions& tls, int milliseconds) {
-  static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+  prepareTransfer();
   std::string answer;
   answer.reserve(LONGEST_ANSWER);  // so that nothing throws through the component
   char words[CURL_ERROR_SIZE] = {};

@@ -4,7 +4,8 @@
 
 #include <chrono>
 #include <exception>
-#include <mutex>
+
+#include "shared/Transfer.h"
 
 namespace VESK::update {
 
@@ -78,8 +79,7 @@ const char* hintOf(CURLcode code) {
 }  // namespace
 
 Source::Source(const Options& settings) : options(settings) {
-  static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+  prepareTransfer();
   curl.reset(curl_easy_init());
 }
 

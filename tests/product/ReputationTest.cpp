@@ -1,6 +1,8 @@
 #include "product/reputation.h"
 
 #include <gmock/gmock.h>
+#include <openssl/evp.h>
+#include <openssl/rand.h>
 
 #include <chrono>
 #include <cstring>
@@ -135,6 +137,13 @@ TEST_F(ReputationTest, ServerThatAnswers) {
     EXPECT_GT(limit, 0);
   }
   EXPECT_EQ("", home.newLog());
+}
+
+// It is so when memory ended while it was seeded.
+TEST_F(ReputationTest, RandomNumbersAreSeededAgain) {
+  ASSERT_EQ(1, EVP_RAND_uninstantiate(RAND_get0_primary(nullptr)));
+  ASSERT_EQ(0, RAND_status());
+  EXPECT_EQ(0, check(at(servers->https))) << home.newLog();
 }
 
 TEST_F(ReputationTest, ThroughAProxy) {
