@@ -120,7 +120,7 @@ Failure parse(pugi::xml_document& document, std::string& bytes) {
 
 Failure Answer::read(std::string text, long status, const char* operation) {
   bytes = std::move(text);
-  const Failure malformed = parse(document, bytes);
+  Failure malformed = parse(document, bytes);
   const pugi::xml_node body =
       childOf(childOf(document, "Envelope", SOAP_NAMESPACE), "Body", SOAP_NAMESPACE);
   const pugi::xml_node first =

@@ -69,7 +69,7 @@ std::string wholeCharacters(const char* name) {
   if (text.size() < AgentSOAPClient::fileNameSize - 1) return text;
   constexpr std::size_t LONGEST_REST = 5;  // of a character in two surrogates
   for (std::size_t rest = 0; rest <= LONGEST_REST; ++rest) {
-    const std::string shorter = text.substr(0, text.size() - rest);
+    std::string shorter = text.substr(0, text.size() - rest);
     if (VESK::agent::textForXml(shorter)) return shorter;
   }
   return text;

@@ -17,7 +17,10 @@ BvLDAPAttribute::BvLDAPAttribute(std::string name, std::vector<std::string> valu
     : attributeName(std::move(name)), attributeValues(std::move(values)) {
   for (std::string& value : attributeValues) {
     std::optional<std::string> shown = directory::shownText(attributeName, value);
-    if (shown) value = std::move(*shown) + '\0' + value;
+    if (!shown) continue;
+    shown->push_back('\0');
+    shown->append(value);
+    value = std::move(*shown);
   }
 }
 

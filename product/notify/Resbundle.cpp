@@ -56,7 +56,7 @@ VESK_AT_BOUNDARY("notify", fallback)
 const char* BvResbundle::GetResourceFileName() try {
   thread_local std::string path;
   path = orEmpty(std::getenv("VESK_HOME")) + "/resource/messages";
-  return path.c_str();
+  return path.c_str();  // NOLINT(clang-analyzer-cplusplus.InnerPointer): until the thread ends
 }
 VESK_AT_BOUNDARY("notify", "")
 

@@ -80,8 +80,8 @@ std::string toAsn1(const std::string& signature) {
   Number r(BN_bin2bn(bytes, COORDINATE, nullptr));
   Number s(BN_bin2bn(bytes + COORDINATE, COORDINATE, nullptr));
   if (!pair || !r || !s || ECDSA_SIG_set0(pair.get(), r.get(), s.get()) != 1) return {};
-  r.release();
-  s.release();
+  static_cast<void>(r.release());
+  static_cast<void>(s.release());
   unsigned char asn1[2 * COORDINATE + 16];
   unsigned char* end = asn1;
   const int length = i2d_ECDSA_SIG(pair.get(), &end);

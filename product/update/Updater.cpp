@@ -147,7 +147,7 @@ bool Updater::wanted(const Store& store, const std::string& component, const Pac
                      bool force, Failure& failure) const {
   const std::string inUse = store.version();
   const auto order = compareVersions(package.version, inUse);
-  if (!inUse.empty() && order < 0) {
+  if (!inUse.empty() && std::is_lt(order)) {
     return failure.set("compare", "the source's version is older than the one in use",
                        package.version + " after " + inUse,
                        "there is no downgrade; a rollback goes back one version");
@@ -158,7 +158,7 @@ bool Updater::wanted(const Store& store, const std::string& component, const Pac
                     component.c_str(), package.version.c_str());
     return false;
   }
-  return order > 0;
+  return std::is_gt(order);
 }
 
 bool Updater::fetchPackage(const Store& store, const Package& package, Failure& failure) {

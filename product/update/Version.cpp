@@ -25,7 +25,7 @@ std::string_view takeNumber(std::string_view& text) {
 
 std::weak_ordering compareNumbers(std::string_view left, std::string_view right) {
   const std::weak_ordering bySize = left.size() <=> right.size();
-  return bySize != 0 ? bySize : std::weak_ordering(left <=> right);
+  return std::is_neq(bySize) ? bySize : std::weak_ordering(left <=> right);
 }
 
 }  // namespace
@@ -47,7 +47,7 @@ std::weak_ordering compareVersions(std::string_view left, std::string_view right
       left.remove_prefix(1);
       right.remove_prefix(1);
     }
-    if (order != 0) return order;
+    if (std::is_neq(order)) return order;
   }
   return left.size() <=> right.size();
 }

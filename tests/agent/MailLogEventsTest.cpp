@@ -6,7 +6,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST_F(MailLogTest, TellsTheFileAndTheYearOfAPage) {
   constexpr time_t newYear = 1735686000;  // 2025-01-01 in Berlin

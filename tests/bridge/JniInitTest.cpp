@@ -10,7 +10,6 @@
 
 namespace {
 
-using testing::HasSubstr;
 
 struct JniInitTest : JvmTest {
   jint initialize() {

@@ -202,7 +202,7 @@ TEST_F(TransferTest, HolderThatWasKilledIsNotRunning) {
   TcpProxy stalled(web.port(), {600'000, TcpProxy::STALLS});
   through(stalled);
   const pid_t child = fork();
-  if (child == 0) _exit(download().size() > 0);
+  if (child == 0) _exit(!download().empty());
   std::string text;
   while (!std::filesystem::exists(appliance.path(kept()))) usleep(1000);
   EXPECT_TRUE(BvUpdate::isRunning(text));
