@@ -44,8 +44,9 @@ class CommandLine {
   // largestSize.
   CommandLine(const char* method, std::size_t size) : caller(method), limit(size) {}
   // Values come by %s. One that begins the line is the library's own, a whole command or the
-  // install root, and not the guard's business. False when the text cannot be formatted or the
-  // guard refuses a value, which failure() tells apart.
+  // install root, and not the guard's business. False when the text cannot be formatted, memory
+  // had no room for a value (which is logged), or the guard refuses one, which failure() tells
+  // apart.
   [[nodiscard]] bool format(const char* format, ...) __attribute__((format(printf, 2, 3)));
   [[nodiscard]] bool vformat(const char* format, std::va_list arguments)
       __attribute__((format(printf, 2, 0)));
@@ -57,6 +58,7 @@ class CommandLine {
   const char* c_str() const { return text; }
 
  private:
+  bool allRead(const char* format, std::va_list values) const;
   bool guardAdmits(const char* format, std::va_list values) const;
 
   const char* caller;

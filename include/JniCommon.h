@@ -38,6 +38,9 @@ template <typename... References>
   return ((references == nullptr) || ...);
 }
 
+// Whether the text is "" only for want of memory: VeskJniString's is then at an address of its own.
+[[nodiscard]] bool isLostText(const char* text);
+
 // Reads a Java string for the length of a scope. `str` is never null: "" for an empty string, for
 // one that starts with U+0000, and when memory is short. ASCII is copied, up to 511 characters
 // without the heap; any other text is the VM's own modified UTF-8. A null string, which most entry
@@ -49,7 +52,7 @@ class VeskJniString {
   VeskJniString(const VeskJniString&) = delete;
   VeskJniString& operator=(const VeskJniString&) = delete;
   // Whether `str` is "" only for want of memory.
-  [[nodiscard]] bool lost() const;
+  [[nodiscard]] bool lost() const { return isLostText(str); }
 
  private:
   JNIEnv* env;
@@ -66,6 +69,12 @@ class VeskJniString {
   void dropBuffer();
   bool copyAscii(const jchar* chars, std::size_t length);
 };
+
+// For entry points for which an empty text is another request. Throws std::bad_alloc.
+template <typename... Texts>
+void requireRead(const Texts&... texts) {
+  if ((texts.lost() || ...)) throw std::bad_alloc();
+}
 
 // Copies the bytes of a Java byte array into `buffer`, which holds limit + 1 bytes, all zero: at
 // most `limit` bytes, up to the first zero byte; always terminated. A null array reads as the empty
@@ -100,7 +109,8 @@ struct ListClass {
 // Appends texts to a java.util.ArrayList. The texts are UTF-8; four-byte characters reach Java
 // whole and bytes that are not UTF-8 become U+FFFD. Returns 0; 501 when a Java string could not be
 // made; 503 when `add` returned false or threw (the exception stays pending) or the list is null.
-// On 501 and 503 the texts added so far stay in the list.
+// On 501 and 503 the texts added so far stay in the list. The texts are changed in place, all
+// before the first is added: when memory ends meanwhile, std::bad_alloc leaves the list as it was.
 [[nodiscard]] int formJArrListStr(JNIEnv* env, std::vector<std::string>& items, jobject list);
 // The whole text becomes one element.
 [[nodiscard]] int formJArrListStr(JNIEnv* env, char* text, jobject list);

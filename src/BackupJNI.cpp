@@ -15,7 +15,7 @@ jint runScript(const CommandLine& command) { return exitCode(runInShell(command.
 VESK_JNI(jint, BackupJNI, doExport)(JNIEnv* env, jobject, jstring file) {
   if (file == nullptr) return result::nullArgument;
   const char* name = env->GetStringUTFChars(file, nullptr);
-  if (name == nullptr) return exitCode(-1);  // the VM throws its own OutOfMemoryError
+  if (name == nullptr) return exitCode(-1);
   CommandLine command("BackupJNI.doExport", backupCommandSize);
   if (!command.format("%s/script/imp_exp.sh -e '%s'", getVeskHome(), name)) {
     return command.failure(exitCode(-1));

@@ -103,6 +103,16 @@ void setGuard(const char* name) {
   guard = Guard::enforce;
 }
 
+// With an empty text in the place of one that could not be read it would be another command.
+bool CommandLine::allRead(const char* format, std::va_list values) const {
+  for (const char* at = std::strchr(format, '%'); at != nullptr; at = std::strchr(at + 1, '%')) {
+    if (!isLostText(va_arg(values, const char*))) continue;
+    logNoMemory(caller);
+    return false;
+  }
+  return true;
+}
+
 bool CommandLine::guardAdmits(const char* format, std::va_list values) const {
   const Guard mode = guard;
   if (mode == Guard::off) return true;
@@ -135,9 +145,12 @@ bool CommandLine::format(const char* format, ...) {
 bool CommandLine::vformat(const char* format, std::va_list arguments) {
   std::va_list values;
   va_copy(values, arguments);
-  refused = !guardAdmits(format, values);
+  const bool read = allRead(format, values);
   va_end(values);
-  return !refused && std::vsnprintf(text, limit, format, arguments) >= 0;
+  va_copy(values, arguments);
+  refused = read && !guardAdmits(format, values);
+  va_end(values);
+  return read && !refused && std::vsnprintf(text, limit, format, arguments) >= 0;
 }
 
 void OutputLine::cutAtNewline() {

@@ -17,6 +17,7 @@ jmethodID jArrLSize = nullptr;
 namespace {
 
 constexpr const char* emptyText = "";
+constexpr char lostText[] = "";
 
 // Bytes for `length` UTF-16 units and a terminator; 0 when the address space has no room for them.
 std::size_t bufferSize(std::size_t length) {
@@ -24,10 +25,10 @@ std::size_t bufferSize(std::size_t length) {
   return size <= SIZE_MAX ? static_cast<std::size_t>(size) : 0;
 }
 
+// `text` is in the VM's form.
 jint addText(JNIEnv* env, const char* text, jobject list) {
   if (list == nullptr) return result::addRefused;
-  const ModifiedUtf8 converted(text);
-  jstring element = env->NewStringUTF(converted.c_str());
+  jstring element = env->NewStringUTF(text);
   if (element == nullptr) return result::stringNotCreated;
   const jboolean added = env->CallBooleanMethod(list, jArrLAdd, element);
   const bool threw = env->ExceptionCheck();
@@ -46,11 +47,14 @@ void logNoMemory(const char* entryPoint) noexcept {
   }
 }
 
+bool isLostText(const char* text) { return text == lostText; }
+
 VeskJniString::VeskJniString(JNIEnv* jniEnv, jstring s)
     : env(jniEnv), str(emptyText), jstr(s), buf(nullptr), fromUtf(false) {
   if (s == nullptr) return;
   const auto length = static_cast<std::size_t>(env->GetStringLength(s));
   if (length == 0) return;
+  str = lostText;
   const std::size_t size = bufferSize(length);
   if (size == 0) return;
   buf = size <= sizeof inlineBuf ? inlineBuf : static_cast<char*>(std::malloc(size));
@@ -95,18 +99,12 @@ bool VeskJniString::copyAscii(const jchar* chars, std::size_t length) {
   if (seen >= 0x80) return false;
   to[length] = '\0';
   if (to[0] == '\0') {
+    str = emptyText;
     dropBuffer();
   } else {
     str = to;
   }
   return true;
-}
-
-bool VeskJniString::lost() const {
-  if (*str != '\0' || jstr == nullptr || env->GetStringLength(jstr) == 0) return false;
-  jchar first = 0;
-  env->GetStringRegion(jstr, 0, 1, &first);
-  return first != 0;
 }
 
 void readByteText(JNIEnv* env, jbyteArray source, char* buffer, jsize limit) {
@@ -136,10 +134,16 @@ jint resolveList(JNIEnv* env, ListClass& resolved) {
 }
 
 int formJArrListStr(JNIEnv* env, std::vector<std::string>& items, jobject list) {
+  for (std::string& item : items) {
+    const ModifiedUtf8 converted(item.c_str());
+    if (converted.c_str() != item.c_str()) item = converted.c_str();
+  }
   for (const std::string& item : items) {
     if (const jint code = addText(env, item.c_str(), list); code != result::success) return code;
   }
   return result::success;
 }
 
-int formJArrListStr(JNIEnv* env, char* text, jobject list) { return addText(env, text, list); }
+int formJArrListStr(JNIEnv* env, char* text, jobject list) {
+  return addText(env, ModifiedUtf8(text).c_str(), list);
+}

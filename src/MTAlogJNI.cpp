@@ -81,10 +81,11 @@ VESK_JNI(jint, MTAlogJNI, getMTAEventSubmit)
     return result::nullArgument;
   }
   PagingBlock page(env, paging);
-  if (!page) return result::success;  // the VM throws its own OutOfMemoryError
+  if (!page) throw std::bad_alloc();
   const VeskJniString file(env, fileName);
   const VeskJniString url(env, server);
   const VeskJniString word(env, keyword);
+  requireRead(file, url, word);
   logQuery(page, file.str, url.str, word.str);
   std::string sought = word.str;  // the client takes texts as writable
   int state[pagingLength];        // the client sets all of it, whatever becomes of the query

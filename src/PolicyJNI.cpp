@@ -66,13 +66,10 @@ VESK_JNI(jint, PolicyJNI, notifyUpdatePolicyNow)
 }
 
 // Valid is what the filter for subject lines makes a regular expression of that compiles.
-VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword) {
+VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword) try {
   if (keyword == nullptr) return result::nullArgument;
   const VeskJniString expression(env, keyword);
-  if (expression.lost()) {  // the empty expression is a valid one
-    logNoMemory(__func__);
-    return result::keywordInvalid;
-  }
+  requireRead(expression);  // the empty one is valid
   const KeywordList list;
   scanContentSubjectFilter filter;
   const std::string regex = filter.convertToRegEx(expression.str);
@@ -82,3 +79,4 @@ VESK_JNI(jint, PolicyJNI, validateKeyword)(JNIEnv* env, jobject, jstring keyword
   Log::LogByLevel(3, valid ? "valReg() return true" : "valReg() return false");
   return valid ? result::success : result::keywordInvalid;
 }
+VESK_ON_NO_MEMORY(result::keywordInvalid)

@@ -1,7 +1,6 @@
 #include <cstdlib>
 
 #include "JniCommon.h"
-#include "ModifiedUtf8.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_QuarantineJNI.h"
 #include "product/agent.h"
 
@@ -40,8 +39,7 @@ jint fetchWhole(JNIEnv* env, jstring endpoint, jstring reference, jstring target
   return fetch(agent, message.data(), third.data()) ? fetched : failed;
 }
 
-// Header first, then both details, the second of at most `size` bytes; the list gets all three
-// texts or none.
+// Header first, then both details, the second of at most `size` bytes.
 template <typename Header, typename Details>
 jint fetchTexts(JNIEnv* env, jstring endpoint, jstring reference, jobject list, int size,
                 const Header& getHeader, const Details& getDetails) {
@@ -52,16 +50,12 @@ jint fetchTexts(JNIEnv* env, jstring endpoint, jstring reference, jobject list, 
   Buffer header(AgentSOAPClient::headerSize);
   Buffer first(detailSize + 1);
   Buffer second(size + 1);
-  if (anyNull(header.text, first.text, second.text)) return failed;
+  if (anyNull(header.text, first.text, second.text)) throw std::bad_alloc();
   if (!getHeader(agent, message.data(), header.text) ||
       !getDetails(agent, message.data(), &first.text, &second.text)) {
     return failed;
   }
-  // In the VM's form already, so that the list gets nothing when memory ends on the way to it.
-  std::vector<std::string> texts;
-  for (const char* text : {header.text, first.text, second.text}) {
-    texts.emplace_back(ModifiedUtf8(text).c_str());
-  }
+  std::vector<std::string> texts{header.text, first.text, second.text};
   static_cast<void>(formJArrListStr(env, texts, list));
   return fetched;
 }

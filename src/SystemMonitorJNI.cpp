@@ -89,10 +89,7 @@ VESK_JNI(jint, SystemMonitorJNI, updateGlobalSetting)
   const VeskJniString value(env, first);
   const VeskJniString section(env, second);
   const VeskJniString key(env, third);
-  if (value.lost()) {  // an empty one would take the place of the old one
-    logNoMemory(__func__);
-    return notWritten;
-  }
+  requireRead(value, section, key);  // an empty value would take the place of the old one
   char path[512] = {};
   std::snprintf(path, sizeof path, "%s/config/%s", getVeskHome(), "vesk.ini");
   VESK::GlobalSettingOnMem* store =
@@ -108,10 +105,7 @@ VESK_ON_NO_MEMORY(notWritten)
 VESK_JNI(jint, SystemMonitorJNI, PatchSetNotify)(JNIEnv* env, jobject, jstring notification) try {
   if (notification == nullptr) return result::nullArgument;
   const VeskJniString text(env, notification);
-  if (text.lost()) {
-    logNoMemory(__func__);
-    return notTold;
-  }
+  requireRead(text);
   std::string reply;
   return AgentSOAPClient::PatchSetNotify(text.str, reply);
 }

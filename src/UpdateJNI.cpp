@@ -42,7 +42,9 @@ jint convertText(JNIEnv* env, jstring text, jobject list, const Convert& convert
   if (code != result::success) return code;
   if (anyNull(text, list)) return result::nullArgument;
   char buffer[cipherTextSize + 1] = {};
-  convert(VeskJniString(env, text).str, buffer);
+  const VeskJniString given(env, text);
+  requireRead(given);
+  convert(given.str, buffer);
   jstring element = env->NewStringUTF(ModifiedUtf8(buffer).c_str());
   if (element == nullptr) return result::success;  // the VM throws its own OutOfMemoryError
   env->CallBooleanMethod(list, known.add, element);

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "Request.h"
+#include "shared/Transfer.h"
 
 namespace VESK::agent {
 
@@ -24,8 +25,8 @@ Failure timeOut(CURL* handle, const char* words) {
 }  // namespace
 
 EasyHandle newHandle() {
-  static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
-  return EasyHandle(ready == CURLE_OK ? curl_easy_init() : nullptr);
+  startCurl();
+  return EasyHandle(curl_easy_init());
 }
 
 Post::Post(const char* operation, std::string bytes, std::size_t limit)

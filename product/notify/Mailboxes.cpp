@@ -24,6 +24,20 @@ constexpr std::size_t LONGEST_LOCAL_PART = 64;
 
 constexpr const char* FORM = "not of the form name@domain";
 
+// 0 when the comment that begins at `from` is never closed.
+std::size_t behindComment(std::string_view text, std::size_t from) {
+  int depth = 0;
+  for (std::size_t i = from; i < text.size(); ++i) {
+    if (text[i] == '\\')
+      ++i;
+    else if (text[i] == '(')
+      ++depth;
+    else if (text[i] == ')' && --depth == 0)
+      return i + 1;
+  }
+  return 0;
+}
+
 // Cuts at semicolons and commas, but not inside a quoted text, a comment or angle brackets. One of
 // these that is never closed protects nothing, so that a slip costs its own entry only.
 class Splitter {
@@ -46,7 +60,7 @@ class Splitter {
         end = closed(quotesClose, behindQuotes(from));
         break;
       case '(':
-        end = closed(commentsClose, behindComment(from));
+        end = closed(commentsClose, commentsClose ? behindComment(text, from) : 0);
         break;
       case '<':
         end = behindBrackets(from);
@@ -74,19 +88,6 @@ class Splitter {
     return 0;
   }
 
-  std::size_t behindComment(std::size_t from) const {
-    int depth = 0;
-    for (std::size_t i = from; commentsClose && i < text.size(); ++i) {
-      if (text[i] == '\\')
-        ++i;
-      else if (text[i] == '(')
-        ++depth;
-      else if (text[i] == ')' && --depth == 0)
-        return i + 1;
-    }
-    return 0;
-  }
-
   std::size_t behindBrackets(std::size_t from) {
     for (std::size_t i = from + 1; i < text.size(); i = text[i] == '"' ? behind(i) : i + 1) {
       if (text[i] == '>') return i + 1;
@@ -101,25 +102,12 @@ class Splitter {
   bool commentsClose = true;
 };
 
-bool commentCloses(std::string_view text) {
-  int depth = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\\')
-      ++i;
-    else if (text[i] == '(')
-      ++depth;
-    else if (text[i] == ')' && --depth == 0)
-      return true;
-  }
-  return false;
-}
-
 // The parser never releases an address in square brackets with an open comment behind it. Whether a
 // parenthesis begins one is for the parser to say, which has its own way with quotes.
 bool mayLeak(std::string_view entry) {
   const std::size_t sign = std::min(entry.find('@'), entry.size());
   for (std::size_t i = entry.find('[', sign); i < entry.size(); ++i) {
-    if (entry[i] == '(' && !commentCloses(entry.substr(i))) return true;
+    if (entry[i] == '(' && behindComment(entry, i) == 0) return true;
   }
   return false;
 }

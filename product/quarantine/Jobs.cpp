@@ -4,7 +4,6 @@
 #include <chrono>
 #include <thread>
 
-#include "JobLock.h"
 #include "JobRecord.h"
 #include "Launch.h"
 #include "Options.h"
@@ -54,11 +53,9 @@ int start(Kind kind, int target) {
   const Options options = readOptions();
   JobLock lock(step, options);
   if (!lock.open()) return EUQ_DATABASE;
-  if (!takeWhenOver(step, lock) || !lock.take(kind)) {
-    return refuse(step, EUQ_BUSY, "a job runs", "wait for its end");
-  }
+  if (const int code = takeWhenOver(step, lock); code != EUQ_OK) return code;
   // A store from a backup gives the same runs again: a mark from then is not for this one.
-  if (!lock.cancel(0)) {
+  if (!lock.take(kind) || !lock.cancel(0)) {
     return refuse(step, EUQ_DATABASE, "data/euq/job.lock cannot be written", "check the disk");
   }
   Store store(step, options);
@@ -90,18 +87,20 @@ bool result(const char* step, Kind kind, int& code, std::string& text) {
 
 }  // namespace
 
-bool VESK::quarantine::takeWhenOver(const char* step, JobLock& lock) {
+int VESK::quarantine::takeWhenOver(const char* step, JobLock& lock) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
   while (!lock.take()) {
+    bool runs = std::chrono::steady_clock::now() > deadline;
     for (const Kind kind : {Kind::TRANSFER, Kind::REMOVE}) {
       JobRecord job;
       const State state = look(step, kind, job);
-      if (state == State::RUNNING || state == State::UNKNOWN) return false;
+      if (state == State::UNKNOWN) return EUQ_DATABASE;
+      runs = runs || state == State::RUNNING;
     }
-    if (std::chrono::steady_clock::now() > deadline) return false;
+    if (runs) return refuse(step, EUQ_BUSY, "a job runs", "wait for its end");
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
-  return true;
+  return EUQ_OK;
 }
 
 int transfer_euq_data(int area) try {

@@ -6,9 +6,9 @@
 
 namespace VESK::quarantine {
 
-// Keeps jobs out. False when one runs; waits a second at most for a process that has recorded the
-// end of its job and still has to end itself.
-bool takeWhenOver(const char* step, JobLock& lock);
+// Keeps jobs out: EUQ_OK, or, logged, EUQ_BUSY when one runs and EUQ_DATABASE. Waits about a second
+// for a process that has recorded the end of its job and still has to end itself.
+int takeWhenOver(const char* step, JobLock& lock);
 
 }  // namespace VESK::quarantine
 

@@ -120,9 +120,7 @@ int unregist_euq(int area) try {
   JobLock lock("unregister", options);
   if (!lock.open()) return EUQ_DATABASE;
   // A job's target must not vanish.
-  if (!takeWhenOver("unregister", lock)) {
-    return refuse("unregister", EUQ_BUSY, "a job runs", "wait for its end");
-  }
+  if (const int code = takeWhenOver("unregister", lock); code != EUQ_OK) return code;
   Store store("unregister", options);
   Transaction transaction(store);
   if (store.number("SELECT EXISTS (SELECT * FROM message WHERE area = ?1 OR ?1 = 0)", area) != 0) {

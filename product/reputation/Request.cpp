@@ -218,7 +218,7 @@ Outcome judgeFailure(CURL* curl, CURLcode code) {
 }  // namespace
 
 Outcome askStatus(const Target& target, const quorSSLOptions& tls, int milliseconds) {
-  prepareTransfer();
+  startCurlWithTls();
   std::string answer;
   answer.reserve(LONGEST_ANSWER);  // so that nothing throws through the component
   char words[CURL_ERROR_SIZE] = {};

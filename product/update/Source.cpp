@@ -79,7 +79,7 @@ const char* hintOf(CURLcode code) {
 }  // namespace
 
 Source::Source(const Options& settings) : options(settings) {
-  prepareTransfer();
+  startCurlWithTls();
   curl.reset(curl_easy_init());
 }
 

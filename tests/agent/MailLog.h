@@ -83,7 +83,7 @@ struct Console {
                                                 text.data(), mode, answer, b[0], b[1], b[2], b[3],
                                                 b[4], b[5], b[6], b[7], b[8]);
     std::copy(answer, answer + 9, block);
-    events.assign(text, 0, text.find('\0'));
+    events = text.c_str();
     return got;
   }
 

@@ -67,8 +67,8 @@ class QuarantineTest : public testing::Test {
     char* pointers[2] = {one.data(), two.data()};
     const bool got = AgentSOAPClient::getEUQMsgDetail(at(), reference.data(), false, &pointers[0],
                                                       firstSize, &pointers[1], secondSize);
-    first.assign(one, 0, one.find('\0'));
-    second.assign(two, 0, two.find('\0'));
+    first = one.c_str();
+    second = two.c_str();
     return got;
   }
 

@@ -122,6 +122,10 @@ TEST_F(HostJNITest, BackupAnswersTheExitCodeAndQuotesSingly) {
   EXPECT_EQ(std::string("system ").size() + 2046, product.calls.at(2).size());
   EXPECT_EQ(500, PEER(BackupJNI, doImport)(env, nullptr, a, nullptr));
   EXPECT_EQ(0, PEER(DbMaintainJNI, SaveSched)(env, nullptr));
+  JniFault fault(env);
+  fault->GetStringUTFChars = [](JNIEnv*, jstring, jboolean*) -> const char* { return nullptr; };
+  EXPECT_EQ(255, PEER(BackupJNI, doExport)(env, nullptr, a));
+  EXPECT_EQ(255, PEER(BackupJNI, doImport)(env, nullptr, a, b));
   EXPECT_EQ(3U, product.calls.size());
 }
 

@@ -58,15 +58,20 @@ TEST_F(JniStringTest, TextAndWhereItLies) {
       EXPECT_EQ(0, std::memcmp(taken.str, row.read.c_str(), row.read.size() + 1)) << row.read;
       EXPECT_EQ(row.heap, heap) << row.read;
       EXPECT_EQ(row.utf, utfTexts.taken) << row.read;
+      EXPECT_FALSE(taken.lost()) << row.read;
     }
     EXPECT_EQ(0U, seams.heapBlock) << row.read;
   }
 }
 
-TEST_F(JniStringTest, ShortOfMemoryReadsAsEmpty) {
+TEST_F(JniStringTest, ShortOfMemoryReadsAsEmptyAndLost) {
   const auto read = [&](const std::u16string& java) {
     jstring source = text(java);
-    return bridge([&] { return std::string(VeskJniString(env, source).str); });
+    return bridge([&] {
+      const VeskJniString taken(env, source);
+      EXPECT_TRUE(taken.lost());
+      return std::string(taken.str);
+    });
   };
   seams.mallocFails = true;
   EXPECT_EQ("", read(std::u16string(512, u'a')));

@@ -10,7 +10,6 @@
 
 namespace {
 
-
 struct JniInitTest : JvmTest {
   jint initialize() {
     return bridge([] {

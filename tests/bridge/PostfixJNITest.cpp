@@ -72,6 +72,14 @@ TEST_F(PostfixJNITest, ToolsAreRunAndTheirStatusIsNotTold) {
   EXPECT_EQ(500, POSTFIX(setPostconf)(env, nullptr, a, nullptr));
   EXPECT_EQ(500, POSTFIX(getPostconf)(env, nullptr, nullptr, newList()));
   EXPECT_EQ(Calls{}, product.calls);
+  // An empty value would be another command.
+  b = text(std::u16string(512, u'1'));
+  seams.mallocFails = true;
+  EXPECT_EQ(100, bridge([&] { return POSTFIX(setPostconf)(env, nullptr, a, b); }));
+  seams.mallocFails = false;
+  EXPECT_EQ(Calls{"log 1 PostfixJNI.setPostconf: out of memory; restart the console and watch its "
+                  "memory"},
+            product.calls);
 }
 
 TEST_F(PostfixJNITest, CertificateIsWhatTheVerifierSays) {

@@ -14,7 +14,8 @@ constexpr const char* LETTER =
     "Good morning \U0001F600\r\n";
 constexpr const char* MAIL_LOG =
     "Nov 21 10:15:00 gate postfix/smtpd[1]: 4A0B: client=mx.example.org[192.0.2.1]\n"
-    "Nov 21 10:15:01 gate postfix/smtp[2]: 4A0B: to=<ann@example.com>, status=sent (250 ok)\n";
+    "Nov 21 10:15:01 gate postfix/smtp[2]: 4A0B: to=<ann@example.com>, status=sent (250 "
+    "\U0001F600)\n";
 
 constexpr jint page[] = {5, 0, 0, 1, 0, 0, 0, 0, 0};
 

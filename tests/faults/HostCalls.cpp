@@ -42,9 +42,10 @@ std::vector<EntryPoint> postfixCalls(World& world) {
   const std::string folder = world.dir.path("postfix");
   World::write(folder + "/rules", "10.1.0.0/16 REJECT\n172.16.8.0/23 450 later\n192.168.1.5 OK\n");
   makeCertificate(folder + "/gate.pem");
-  const jstring key = vm.text("message_size_limit"), value = vm.text("1048576"),
-                certificate = vm.text(folder + "/gate.pem"), rules = vm.text(folder + "/rules"),
-                table = vm.text(folder + "/table"), map = vm.text(folder + "/map");
+  const jstring key = vm.text("message_size_limit"), changed = vm.text("smtpd_banner"),
+                value = vm.text(std::string(520, 'b')), certificate = vm.text(folder + "/gate.pem"),
+                rules = vm.text(folder + "/rules"), table = vm.text(folder + "/table"),
+                map = vm.text(folder + "/map");
   const auto mainCf = [] { return World::read("/etc/postfix/main.cf"); };
   const std::string original = mainCf();
   return {
@@ -65,8 +66,8 @@ std::vector<EntryPoint> postfixCalls(World& world) {
       {"PostfixJNI.isKeyConfigured", CALL(PostfixJNI, isKeyConfigured, key), notAsked},
       {"PostfixJNI.getPostconf", CALL(PostfixJNI, getPostconf, key, list), notAsked},
       {.name = "PostfixJNI.setPostconf",
-       .call = CALL(PostfixJNI, setPostconf, key, value),
-       .failures = notRun,
+       .call = CALL(PostfixJNI, setPostconf, changed, value),
+       .failures = {100},
        .prepare = [original] { World::write("/etc/postfix/main.cf", original); },
        .effect = mainCf,
        .mayDoNothing = true},

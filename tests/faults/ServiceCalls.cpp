@@ -6,12 +6,12 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "FileLock.h"
 #include "World.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_CorsaJNI.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_EuqJNI.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_QUORJNI.h"
 #include "product/quarantine.h"
+#include "support/FileLock.h"
 #include "support/Network.h"
 #include "support/Server.h"
 

@@ -1,9 +1,9 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "FileLock.h"
 #include "World.h"
 #include "com_brelvik_vesk_ui_modelobjects_jni_UpdateJNI.h"
+#include "support/FileLock.h"
 #include "support/Server.h"
 #include "support/Web.h"
 

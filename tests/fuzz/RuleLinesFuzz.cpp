@@ -54,12 +54,14 @@ std::string dotted(std::uint32_t value, unsigned octets) {
   return text;
 }
 
-// The keys of a network are the prefixes at octet borders that it has, in their order.
+// The keys of a network, of one bit at least, are the prefixes at octet borders that it has, in
+// their order.
 void expectExpansion(std::uint32_t address, unsigned prefix) {
   const unsigned octets = (prefix + 7) / 8;
   const std::uint32_t network = prefix == 32 ? address : address & ~(0xFFFFFFFFU >> prefix);
   std::string expected;
   for (std::uint32_t i = 0; i < 1U << (8 * octets - prefix); ++i) {
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): the first octet is there
     std::string key = dotted(network + (i << (32 - 8 * octets)), octets);
     // Whole octets are cut off the text that was given.
     if (prefix % 8 == 0) key = dotted(address, octets);

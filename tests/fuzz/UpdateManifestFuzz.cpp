@@ -84,9 +84,9 @@ void expectSameAsTree(const std::string& text) {
 }
 
 void expectOrder(const std::string& left, const std::string& right) {
-  FUZZ_EXPECT(compareVersions(left, left) == 0);
-  FUZZ_EXPECT((compareVersions(left, right) < 0) == (compareVersions(right, left) > 0));
-  FUZZ_EXPECT(compareVersions(left + ".1", left) > 0);
+  FUZZ_EXPECT(std::is_eq(compareVersions(left, left)));
+  FUZZ_EXPECT(std::is_lt(compareVersions(left, right)) == std::is_gt(compareVersions(right, left)));
+  FUZZ_EXPECT(std::is_gt(compareVersions(left + ".1", left)));
   if (isVersion(left)) expectPlain(left, 64);
 }
 

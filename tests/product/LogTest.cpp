@@ -17,7 +17,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 using VESK::Log;
 
 class FixedSettings final : public VESK::GlobalSetting {

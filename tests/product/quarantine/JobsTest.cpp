@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "Quarantine.h"
+#include "support/FileLock.h"
 #include "support/Network.h"
 
 namespace {
@@ -111,6 +112,38 @@ TEST_F(QuarantineTest, OneJobAtATimeAmongProcesses) {
   for (int i = 0; i < 5; ++i) EXPECT_EQ(0, enable_euq());
   EXPECT_LT(Clock::now() - start, milliseconds(1500));
   EXPECT_EQ(0, transferred().code);
+}
+
+// The file's first byte is all that it has left.
+TEST_F(QuarantineTest, ProcessWhoseJobIsOverIsWaitedForASecond) {
+  fill(1, 1);
+  fill(2, 0);
+  FileLock lock;
+  const auto hold = [&] { lock.take(home.dir.path("data/euq/job.lock"), {0}); };
+  const std::function<int()> calls[] = {[] { return unregist_euq(2); },
+                                        [] { return transfer_euq_data(1); }};
+  for (const auto& call : calls) {
+    hold();
+    const Clock::time_point start = Clock::now();
+    home.newLog();
+    EXPECT_EQ(4, call()) << &call - calls;
+    EXPECT_GT(Clock::now() - start, milliseconds(1000));
+    EXPECT_LT(Clock::now() - start, milliseconds(2000));
+    expectOneLine("a job runs", "held on");
+    std::thread ending([&] {
+      usleep(200'000);
+      lock.giveBack();
+    });
+    EXPECT_EQ(0, call()) << &call - calls;
+    ending.join();
+  }
+  transferred();
+  hold();
+  for (const char* rest : {"-wal", "-shm"}) fs::remove(database + rest);
+  home.dir.write("data/euq/euq.db", "no database, whatever its name says");
+  home.newLog();
+  EXPECT_EQ(5, remove_euq_data());
+  expectOneLine("damaged", "no store");
 }
 
 TEST_F(QuarantineTest, JobOutlivesItsConsoleAndKeepsNothingOfIt) {

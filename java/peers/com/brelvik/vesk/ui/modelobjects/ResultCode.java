@@ -5,7 +5,8 @@ public enum ResultCode implements Coded {
     SUCCESS(0, Kind.DONE, "done", "", ""),
 
     COMMAND_NOT_FORMED(100, Kind.FAILED, "the command line could not be formed",
-            "a text that the C library cannot format", "report it, with the log's last lines"),
+            "a text that the C library cannot format, or that memory has no room for",
+            "report it, with the log's last lines"),
     COMMAND_NOT_STARTED(101, Kind.FAILED, "the command could not be started",
             "no free process, descriptor or memory", "look at the limits of the console's process (ulimit -a)"),
     COMMAND_PRINTED_NOTHING(102, Kind.NO, "the command printed nothing",

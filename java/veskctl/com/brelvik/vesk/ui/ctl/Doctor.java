@@ -3,6 +3,7 @@ package com.brelvik.vesk.ui.ctl;
 import com.brelvik.vesk.ui.modelobjects.LdapVendor;
 import com.brelvik.vesk.ui.modelobjects.jni.NativeLibrary;
 import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.GeneralSecurityException;
@@ -222,9 +223,9 @@ final class Doctor implements Callable<Integer> {
         Path made = Files.exists(folder) ? folder : folder.getParent();
         List<Path> folders = Stream.of(made, folder.resolve("update"), folder.resolve("signon"), folder.resolve("euq"))
                 .filter(Files::exists).toList();
-        List<Path> closed = folders.stream().filter(path -> !(Files.isDirectory(path) && Files.isWritable(path)))
-                .toList();
-        closed.forEach(path -> bad(Status.REFUSED, "data", path + " is no folder that this account may write to",
+        List<Path> closed = folders.stream().filter(path -> !(Files.isDirectory(path) && Files.isReadable(path)
+                && Files.isWritable(path))).toList();
+        closed.forEach(path -> bad(Status.REFUSED, "data", path + " is no folder that this account may read and write",
                 "make it one: updates, sign-on and the quarantine keep theirs there"));
         // What another account began belongs to that one.
         List<Path> others = Stream.concat(folders.stream().skip(1).flatMap(Doctor::entries),
@@ -240,8 +241,8 @@ final class Doctor implements Callable<Integer> {
     private static Stream<Path> entries(Path folder) {
         try (Stream<Path> entries = Files.list(folder)) {
             return entries.toList().stream();
-        } catch (IOException e) {
-            return Stream.empty(); // closed altogether, which is told already
+        } catch (IOException | UncheckedIOException e) {
+            return Stream.empty(); // closed, which is told already
         }
     }
 

@@ -48,7 +48,8 @@ record Supplies(InstallRoot root) {
         Path key = root.path().resolve("config/cipher.key");
         try {
             return !Files.exists(key) && !Files.isWritable(key.getParent())
-                    ? bad("cipher", key + " cannot be made", "let this account write to its folder once, or make it there")
+                    ? bad("cipher", key + " cannot be made",
+                            "let this account write to its folder once, or make it there")
                     : !Files.exists(key) ? good("cipher", key + " is made on first use")
                     : !Files.isReadable(key) ? bad("cipher", key + " cannot be read", "give it to this account")
                     : OWNER_ONLY.containsAll(Files.getPosixFilePermissions(key)) ? good("cipher", key.toString())

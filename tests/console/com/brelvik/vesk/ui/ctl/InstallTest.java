@@ -19,6 +19,9 @@ import org.junit.jupiter.api.Test;
 
 /** Libraries that do not load, install roots with holes, and what belongs together. */
 class InstallTest {
+    private static final List<String> OTHERS = List.of("log/update-events.log", "data/update/components.json",
+            "data/signon/guid-1");
+
     private Path root;
     private Path libraries;
     private Ctl ctl;
@@ -96,14 +99,18 @@ class InstallTest {
         assertTrue(run.out().contains("SHA256SUMS is not the sum of ja.res\""), run.out());
         assertTrue(run.out().startsWith("{\"ok\":false,"), run.out());
         assertTrue(run.out().contains(root + "/bin/pemverify is missing or cannot be run"), run.out());
-        assertTrue(run.out().contains(root + "/data is no folder that this account may write to"), run.out());
+        assertTrue(run.out().contains(root + "/data is no folder that this account may read and write"), run.out());
         Files.delete(root.resolve("data"));
         Files.writeString(Files.createDirectory(root.resolve("data")).resolve("euq"), "");
-        Path events = Files.createDirectories(root.resolve("log")).resolve("update-events.log");
-        Files.createSymbolicLink(events, Path.of("/usr/bin/env")); // there, not even root may write to it
+        for (String foreign : OTHERS) {
+            Files.createDirectories(root.resolve(foreign).getParent());
+            Files.createSymbolicLink(root.resolve(foreign), Path.of("/usr/bin/env")); // not even root may write there
+        }
         String data = new Ctl().with("VESK_HOME", root.toString()).sandboxed().run("doctor").out();
-        assertTrue(data.contains(root + "/data/euq is no folder that this account may write to"), data);
-        assertTrue(data.contains(events + " cannot be written by this account"), data);
+        assertTrue(data.contains(root + "/data/euq is no folder that this account may read and write"), data);
+        for (String foreign : OTHERS) {
+            assertTrue(data.contains(root.resolve(foreign) + " cannot be written by this account"), data);
+        }
         assertTrue(run.out().contains("openldap/ldapscript.conf is missing\",\"cure\":\"put "), run.out());
         Path settings = root.resolve("config/vesk.ini");
         Files.writeString(settings, "[log_level]\nui : DETAIL\n no sign here\n");

@@ -20,8 +20,8 @@ import java.util.ArrayList;
  *       empty gives 201
  *   <dt>baseDN</dt><dd>the entry below which to look
  *   <dt>resultList</dt><dd>receives the answer at its end; what it holds stays, and with a code other than 0
- *       nothing is added, unless memory ended while it was filled. A list whose {@code add} refuses gives 0 all the same and keeps the elements added before; so
- *       it does when {@code add} throws, and the method throws the same
+ *       nothing is added. A list whose {@code add} refuses gives 0 all the same and keeps the elements added
+ *       before; so it does when {@code add} throws, and the method throws the same
  * </dl>
  *
  * <p>Byte arrays hold UTF-8, are read up to the first zero byte and cut without notice at the number of bytes stated.

@@ -1,6 +1,6 @@
 // Bytes of a file, locked as another process would: locks belong to the opened file.
-#ifndef VESK_TESTS_FAULTS_FILE_LOCK_H
-#define VESK_TESTS_FAULTS_FILE_LOCK_H
+#ifndef VESK_TESTS_SUPPORT_FILE_LOCK_H
+#define VESK_TESTS_SUPPORT_FILE_LOCK_H
 
 #include <fcntl.h>
 #include <unistd.h>
