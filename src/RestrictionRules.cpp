@@ -56,7 +56,8 @@ bool parseRule(char* line, Rule& rule) {
 // takes longer than making it.
 class TableLines {
  public:
-  // Only what was written to `gathered` is read. cppcheck-suppress uninitMemberVar
+  // Only what was written to `gathered` is read.
+  // cppcheck-suppress uninitMemberVar
   TableLines(std::FILE* to, const char* action)
       : out(to), tail(action), tailLength(std::strlen(action)) {}
   ~TableLines() { flush(); }
